@@ -1,0 +1,28 @@
+# What every target compiles with, and what the daemon's own code adds: no exceptions, no run-time types, and nothing
+# of the C++ library but its headers, so that a device needs only libc, zlib and libixml.
+
+add_library(gwconf_warnings INTERFACE)
+target_compile_options(gwconf_warnings INTERFACE
+  -Wall -Wextra -Wconversion -Wshadow -Wold-style-cast -Werror)
+target_include_directories(gwconf_warnings INTERFACE ${PROJECT_SOURCE_DIR})
+
+add_library(gwconf_daemon_code INTERFACE)
+target_link_libraries(gwconf_daemon_code INTERFACE gwconf_warnings)
+target_compile_options(gwconf_daemon_code INTERFACE
+  $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)
+
+# One static library per folder: gwconf_library(core SOURCES tree.cpp ... USES gwconf_other ...).
+function(gwconf_library name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;USES" ${ARGN})
+  add_library(gwconf_${name} STATIC ${ARG_SOURCES})
+  target_link_libraries(gwconf_${name} PRIVATE gwconf_daemon_code PUBLIC ${ARG_USES})
+  set_target_properties(gwconf_${name} PROPERTIES POSITION_INDEPENDENT_CODE ON)
+endfunction()
+
+# An executable of the daemon's own code. It is linked as C: whatever would need the C++ library's code fails here.
+function(gwconf_executable name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;USES" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE gwconf_daemon_code ${ARG_USES})
+  set_target_properties(${name} PROPERTIES LINKER_LANGUAGE C)
+endfunction()

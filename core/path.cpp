@@ -1,0 +1,232 @@
+#include "core/path.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "core/number.h"
+
+namespace gwconf {
+namespace {
+
+/// Follows the object segments of `path` from the root. The rest behind the last dot goes to
+/// `leaf`.
+Node* walk(std::string_view path, std::string_view* leaf) {
+  Node* node = cml_root;
+  while (node) {
+    const std::size_t dot = path.find('.');
+    if (dot == std::string_view::npos) break;
+    const std::string_view segment{path.data(), dot + 1};
+    if (segment.size() > kSegmentMax) return nullptr;
+    node = CM_CORE_GetChildObjByName(node, segment);
+    path.remove_prefix(segment.size());
+  }
+  *leaf = path;
+  return node;
+}
+
+[[nodiscard]] bool has_dot(std::string_view path) {
+  return path.find('.') != std::string_view::npos;
+}
+
+/// Prepends the names of a chain of ancestors to `leaf`, from the end of `out` backwards, and moves
+/// the whole to its front.
+Status path_of(std::string_view leaf, const Node* ancestor, std::span<char> out) {
+  if (out.empty()) return CM_INVALID;
+  out.front() = '\0';
+  const std::size_t room = std::min(out.size(), kPathBufferSize) - 1;
+  std::size_t length = leaf.size();
+  for (const Node* node = ancestor; node; node = node->parent)
+    length += node->name.view().size();
+  if (length > room) return CM_INVALID;
+  char* at = out.data() + length;
+  *at = '\0';
+  const auto prepend = [&at](std::string_view part) {
+    at -= part.size();
+    if (!part.empty()) std::memcpy(at, part.data(), part.size());
+  };
+  prepend(leaf);
+  for (const Node* node = ancestor; node; node = node->parent)
+    prepend(node->name.view());
+  return CM_OK;
+}
+
+}  // namespace
+
+bool PathText::append(std::string_view part) {
+  if (part.size() >= kPathBufferSize - length_) return false;
+  if (!part.empty()) std::memcpy(text_ + length_, part.data(), part.size());
+  length_ += part.size();
+  text_[length_] = '\0';
+  return true;
+}
+
+bool PathText::append_instance(std::int32_t number) {
+  return append(InstanceName{number}.view());
+}
+
+InstanceName::InstanceName(std::int32_t number) {
+  const DecimalText digits{number};
+  length_ = digits.view().size() + 1;
+  std::memcpy(text_, digits.c_str(), length_ - 1);
+  text_[length_ - 1] = '.';
+}
+
+Status CM_UTL_UriIsObjNode(std::string_view path) {
+  return path.ends_with('.') ? CM_OK : CM_INVALID;
+}
+
+Status CM_CORE_CheckIfInstance(std::string_view name) {
+  const ScannedNumber number = scan_number(name);
+  if (!number.found || number.value < 0) return CM_INVALID;
+  return number.value > 0 || name.starts_with("0.") ? CM_OK : CM_INVALID;
+}
+
+Status CM_UTL_IsInstance(std::string_view name) {
+  return CM_CORE_CheckIfInstance(name);
+}
+
+std::int32_t CM_UTL_GetInstanceNumber(std::string_view name) {
+  if (const std::int32_t number = to_number(name)) return number;
+  return name.find("0.") != std::string_view::npos ? 0 : -1;
+}
+
+const char* strstr_last(const char* str, const char* tail) {
+  if (!str || !tail) return nullptr;
+  const std::size_t length = std::strlen(str);
+  const std::size_t tail_length = std::strlen(tail);
+  if (tail_length > length) return nullptr;
+  const char* position = str + length - tail_length;
+  return std::strcmp(position, tail) == 0 ? position : nullptr;
+}
+
+Node* CM_CORE_GetChildObjByName(Node* node, std::string_view name) {
+  if (node->name.view() == name) return node;
+  Node* child = node->children;
+  while (child && child->name.view() != name)
+    child = child->next;
+  return child;
+}
+
+Parameter* CM_CORE_GetChildParaByName(Node* node, std::string_view name) {
+  Parameter* param = node->params;
+  while (param && param->name.view() != name)
+    param = param->next;
+  return param;
+}
+
+Status CM_CORE_GetObjNodeByUri(std::string_view path, Node** out) {
+  *out = nullptr;
+  if (CM_UTL_UriIsObjNode(path) != CM_OK) return CM_INVALID;
+  std::string_view leaf;
+  *out = walk(path, &leaf);
+  return *out ? CM_OK : CM_NOT_FOUND;
+}
+
+Status CM_CORE_GetParaNodeByUri(std::string_view path, Parameter** out) {
+  *out = nullptr;
+  if (CM_UTL_UriIsObjNode(path) == CM_OK) return CM_INVALID;
+  if (!has_dot(path)) return CM_NOT_FOUND;
+  std::string_view leaf;
+  Node* node = walk(path, &leaf);
+  if (node) *out = CM_CORE_GetChildParaByName(node, leaf);
+  return *out ? CM_OK : CM_NOT_FOUND;
+}
+
+Status CM_CORE_SetValueByURI(std::string_view path, const char* value) {
+  if (!value) return CM_OK;
+  Parameter* param = nullptr;
+  if (const Status status = CM_CORE_GetParaNodeByUri(path, &param)) return status;
+  if (has(*param->parent, kDisabled)) return CM_OK;
+  if (!param->value.assign(std::string_view{value})) return CM_NO_MEMORY;
+  if (!param->name.view().ends_with(kNumberOfEntries)) set(*param, kUserSet);
+  return CM_OK;
+}
+
+Status CM_CORE_GetValueByURI(std::string_view path, std::span<char> out) {
+  Parameter* param = nullptr;
+  if (const Status status = CM_CORE_GetParaNodeByUri(path, &param)) return status;
+  if (out.empty()) return CM_OK;
+  if (has(*param->parent, kDisabled)) {
+    out.front() = '\0';
+  } else if (param->value) {
+    const std::size_t length = std::min(param->value.view().size(), out.size() - 1);
+    std::memcpy(out.data(), param->value.get(), length);
+    out[length] = '\0';
+  }
+  return CM_OK;
+}
+
+Status CM_CORE_SetInstanceRWByURI(std::string_view path, std::uint32_t writable) {
+  if (writable >= 2) return CM_OK;
+  Node* node = nullptr;
+  if (const Status status = CM_CORE_GetObjNodeByUri(path, &node)) return status;
+  if (CM_CORE_CheckIfInstance(node->name.view()) != CM_OK) return CM_INVALID;
+  if (!has(*node, kDisabled)) set(*node, kWritable, writable == 1);
+  return CM_OK;
+}
+
+Status CM_CORE_GetURIByParaNode(const Parameter* param, std::span<char> out) {
+  return path_of(param->name.view(), param->parent, out);
+}
+
+Status CM_CORE_GetURIByObjNode(const Node* node, std::span<char> out) {
+  return path_of({}, node, out);
+}
+
+Status CM_UTL_Node2URI(const Node* node, OwnedText* buffer) {
+  std::size_t length = 0;
+  for (const Node* part = node; part; part = part->parent) {
+    if (!part->name) return CM_INVALID;
+    length += part->name.view().size();
+  }
+  if (!node || length >= kPathBufferSize) return CM_INVALID;
+  char* text = static_cast<char*>(CM_UTL_malloc(buffer->get(), length + 1));
+  if (!text) return CM_NO_MEMORY;
+  if (!*buffer) *buffer = OwnedText::adopt(text);
+  return path_of({}, node, {text, length + 1});
+}
+
+void CM_CORE_GetModelUri(char* path) {
+  const std::string_view given{path};
+  if (CM_UTL_UriIsObjNode(given) != CM_OK) return;
+  // The rewritten path never overtakes the one being read: no instance segment is shorter than
+  // "0.".
+  char* out = path;
+  for (std::size_t at = 0; at < given.size();) {
+    const std::size_t dot = given.find('.', at);
+    const std::string_view segment{path + at, dot + 1 - at};
+    at = dot + 1;
+    if (CM_CORE_CheckIfInstance(segment) == CM_OK) {
+      *out++ = '0';
+      *out++ = '.';
+    } else {
+      std::memmove(out, segment.data(), segment.size());
+      out += segment.size();
+    }
+  }
+  *out = '\0';
+}
+
+Status CM_CORE_UpdateUserSetFlag(Node* node, int* out) {
+  for (; node; node = node->next) {
+    set(*node, kUserSetBelow, false);
+    int below = 0;
+    if (node->children) ignore(CM_CORE_UpdateUserSetFlag(node->children, &below));
+    for (const Parameter* param = node->params; param && !below; param = param->next)
+      below = has(*param, kUserSet) ? 1 : 0;
+    const bool own = has(*node, kUserSet);
+    if (own || below) *out = 1;
+    if (!own && below) set(*node, kUserSetBelow);
+  }
+  return CM_OK;
+}
+
+int filter_node(const Node* node) {
+  return has(*node, kUserSet) || has(*node, kUserSetBelow) ? 0 : 1;
+}
+
+int filter_parameter(const Parameter* param) {
+  return has(*param, kUserSet) ? 0 : 1;
+}
+
+}  // namespace gwconf

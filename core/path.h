@@ -1,0 +1,120 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+#include "core/tree.h"
+
+namespace gwconf {
+
+/// Room for the longest path and its NUL; the protocol's texts have the same bound.
+inline constexpr std::size_t kPathBufferSize = 32769;
+/// A path segment, its dot included, is at most this long.
+inline constexpr std::size_t kSegmentMax = 255;
+
+inline constexpr std::string_view kNumberOfEntries = "NumberOfEntries";
+
+/// A path that grows in place within its bound. About 32 KiB: for the stack, one a function.
+class PathText {
+ public:
+  PathText() { text_[0] = '\0'; }
+  explicit PathText(std::string_view start) : PathText{} { fits_ = append(start); }
+
+  /// False, and nothing appended, when the path would pass its bound.
+  [[nodiscard]] bool append(std::string_view part);
+  /// Appends an instance segment: the number and a dot.
+  [[nodiscard]] bool append_instance(std::int32_t number);
+
+  /// False when the text given at the start did not fit.
+  [[nodiscard]] bool fits() const { return fits_; }
+  [[nodiscard]] std::string_view view() const { return {text_, length_}; }
+  [[nodiscard]] char* buffer() { return text_; }
+
+ private:
+  char text_[kPathBufferSize];
+  std::size_t length_ = 0;
+  bool fits_ = true;
+};
+
+/// The segment of an instance: "12." for 12.
+class InstanceName {
+ public:
+  explicit InstanceName(std::int32_t number);
+  [[nodiscard]] std::string_view view() const { return {text_, length_}; }
+
+ private:
+  char text_[16];
+  std::size_t length_;
+};
+
+/// CM_OK when `path` ends with a dot, else CM_INVALID (the empty path included).
+Status CM_UTL_UriIsObjNode(std::string_view path);
+
+/// CM_OK when `name` starts an instance segment: a positive number, or the template "0."; else
+/// CM_INVALID. Whatever follows the number is not looked at. Blanks and a sign may stand before it.
+Status CM_CORE_CheckIfInstance(std::string_view name);
+/// The same under its second name.
+Status CM_UTL_IsInstance(std::string_view name);
+
+/// The number at the start of `name` when it is not 0; otherwise 0 when "0." stands anywhere in
+/// `name`, else -1. Deliberately unanchored: an object whose name ends in a zero counts as a
+/// template.
+[[nodiscard]] std::int32_t CM_UTL_GetInstanceNumber(std::string_view name);
+
+/// The position of `tail` in `str` when `str` ends with it, else none (for none arguments too).
+[[nodiscard]] const char* strstr_last(const char* str, const char* tail);
+
+/// `node` itself when that is its name, else its first child of that name, else none.
+[[nodiscard]] Node* CM_CORE_GetChildObjByName(Node* node, std::string_view name);
+/// The first parameter of `node` of that name, or none.
+[[nodiscard]] Parameter* CM_CORE_GetChildParaByName(Node* node, std::string_view name);
+
+/// Finds an object by its path, from `cml_root`. CM_OK with the node, still the tree's, in `out`;
+/// otherwise `out` is cleared: CM_INVALID when `path` does not end with a dot, CM_NOT_FOUND when
+/// the tree (which may be absent) has no such object. A segment that repeats the object's own name
+/// stays on that object.
+Status CM_CORE_GetObjNodeByUri(std::string_view path, Node** out);
+/// Finds a parameter by its path. As above; CM_INVALID when `path` ends with a dot.
+Status CM_CORE_GetParaNodeByUri(std::string_view path, Parameter** out);
+
+/// Stores a copy of `value` in the parameter at `path` and marks it user-set, unless it is a
+/// NumberOfEntries counter. No value, or a disabled object: CM_OK, nothing changed. The lookup's
+/// code when there is no such parameter. CM_NO_MEMORY: the old value stays.
+Status CM_CORE_SetValueByURI(std::string_view path, const char* value);
+
+/// Copies the stored value of the parameter at `path` into `out`, cut to its size, NUL included;
+/// the empty text when its object is disabled. `out` is not touched when there is no value. The
+/// lookup's code otherwise.
+Status CM_CORE_GetValueByURI(std::string_view path, std::span<char> out);
+
+/// Makes the instance at `path` real (1) or virtual (0). CM_OK without effect for any other
+/// `writable` and for a disabled instance; the lookup's code; CM_INVALID when the object is no
+/// instance.
+Status CM_CORE_SetInstanceRWByURI(std::string_view path, std::uint32_t writable);
+
+/// Writes the full path of a record into `out`. Ancestors without a name are skipped. CM_INVALID,
+/// and `out` empty, when it does not fit or the bound of a path is passed.
+Status CM_CORE_GetURIByParaNode(const Parameter* param, std::span<char> out);
+Status CM_CORE_GetURIByObjNode(const Node* node, std::span<char> out);
+
+/// The full path of `node` in `buffer`: in the text that is given there (which must be long
+/// enough), or in a new one of the caller's. CM_INVALID when the node or an ancestor has no name,
+/// or the bound of a path is passed; CM_NO_MEMORY. `buffer` is not changed on failure.
+Status CM_UTL_Node2URI(const Node* node, OwnedText* buffer);
+
+/// Rewrites an object path in place into that of its template: every instance segment becomes "0.".
+/// A parameter path stays.
+void CM_CORE_GetModelUri(char* path);
+
+/// Recomputes "user-set below" for `node`, its later siblings and all below them. Sets `*out`,
+/// which the caller cleared, to 1 when one of them is user-set or has user-set content below.
+/// Always CM_OK.
+Status CM_CORE_UpdateUserSetFlag(Node* node, int* out);
+
+/// 1: leave out of the saved settings, 0: keep. An object counts by both user-set bits.
+[[nodiscard]] int filter_node(const Node* node);
+[[nodiscard]] int filter_parameter(const Parameter* param);
+
+}  // namespace gwconf

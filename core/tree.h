@@ -1,0 +1,131 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+#include "core/owned_text.h"
+#include "core/status.h"
+
+namespace gwconf {
+
+struct GetterRow;
+struct Parameter;
+
+/// Bits of an attribute word. The numbers are part of the request protocol.
+enum AttributeBit : unsigned {
+  kWritable = 0,      ///< on an instance: a real one; clear: a virtual one
+  kDisabled = 1,      ///< treated as absent by reads, exports and moves
+  kUserSet = 3,       ///< set by a user, not by the defaults
+  kUserSetBelow = 4,  ///< objects: not user-set itself, but something below is
+  kNotificationOff = 5,
+  kPassiveNotification = 6,
+  kActiveNotification = 7,
+};
+
+/// Value types. 0 and 1 never come from a file.
+enum ValueType : std::uint8_t {
+  kString = 2,
+  kInt = 3,
+  kUnsignedInt = 4,
+  kBoolean = 5,
+  kDateTime = 6,
+  kBase64 = 7,
+  kEnumeration = 8,
+  kIpAddress = 9,
+  kNetmask = 10,
+  kMacAddress = 11,
+  kUnknownType = 12,
+};
+
+/// An object or a table instance. It owns its texts, its parameters, its children and, through
+/// `next`, its later siblings.
+struct Node {
+  OwnedText name;   ///< own path segment with its dot
+  OwnedText sname;  ///< short name, or none
+  std::uint16_t attributes = 0;
+  Node* parent = nullptr;
+  Node* next = nullptr;
+  Node* children = nullptr;
+  Parameter* params = nullptr;
+};
+
+/// A leaf value. It owns its texts and, through `next`, the later parameters of its object.
+struct Parameter {
+  OwnedText name;
+  OwnedText value;
+  ValueType type = kUnknownType;
+  std::uint16_t attributes = 0;
+  std::int32_t min = 0;
+  std::int32_t max = 0;
+  OwnedText enumeration;
+  OwnedText sname;
+  const GetterRow* getter = nullptr;  ///< the row that computes the value live, or none
+  Node* parent = nullptr;
+  Parameter* next = nullptr;
+};
+
+/// The live tree, or none.
+extern Node* cml_root;
+
+/// Bit `bit` of `word`, 0 or 1; bits that the word does not have read 0.
+[[nodiscard]] unsigned CM_UTL_GetAttrBoolean(std::uint16_t word, unsigned bit);
+
+/// `word` with bit `bit` set when `value` is exactly 1 and cleared otherwise; a bit above 15
+/// changes nothing.
+[[nodiscard]] std::uint16_t CM_UTL_SetAttrBoolean(std::uint16_t word, unsigned bit, unsigned value);
+
+template <typename Record>
+[[nodiscard]] bool has(const Record& record, AttributeBit bit) {
+  return CM_UTL_GetAttrBoolean(record.attributes, bit) != 0;
+}
+
+template <typename Record>
+void set(Record& record, AttributeBit bit, bool value = true) {
+  record.attributes = CM_UTL_SetAttrBoolean(record.attributes, bit, value ? 1 : 0);
+}
+
+/// Clears all fields of a record, which may be uninitialised memory: what they held is not freed.
+/// Always CM_OK.
+Status CM_UTL_InitNode(Node* node);
+/// Clears name and value, type unknown, no attributes, no limits, no enumeration; the rest stays.
+/// Always CM_OK.
+Status CM_UTL_InitTR98(Parameter* param);
+/// Clears all fields of a record, which may be uninitialised memory. Always CM_OK.
+Status CM_UTL_InitPara(Parameter* param);
+
+/// `existing` as it is when it is not none, whatever its size; otherwise an uninitialised block of
+/// `size` bytes, or none when there is no memory.
+[[nodiscard]] void* CM_UTL_malloc(void* existing, std::size_t size);
+void CM_UTL_mfree(void* ptr);
+/// Frees `old` and returns a new copy of `src`; none when `src` is none or there is no memory.
+[[nodiscard]] char* CM_UTL_strcpy(char* old, const char* src);
+
+/// Frees a parameter and all parameters behind it. None is allowed. Always CM_OK.
+Status CM_UTL_FreePara(Parameter* param);
+/// Frees a node with its parameters, its children and its later siblings. The parent's link to it
+/// is not touched. None is allowed. Always CM_OK.
+Status CM_UTL_FreeNode(Node* node);
+
+/// Unlinks `node`, which has a parent, from the parent's children and clears its `next`.
+/// CM_INVALID, and nothing changed, when the parent does not list it.
+Status CM_UTL_RebuildStructureBeforeNodeRemove(Node* node);
+
+/// Unlinks and frees one instance subtree. None, a node without name, a template and an object that
+/// is no instance are left alone with CM_OK. `keep` has no effect.
+Status CM_UTL_FreeNode_KeepInstance(Node* node, int keep);
+
+struct FreeNode {
+  void operator()(Node* node) const { ignore(CM_UTL_FreeNode(node)); }
+};
+struct FreePara {
+  void operator()(Parameter* param) const { ignore(CM_UTL_FreePara(param)); }
+};
+using NodePtr = std::unique_ptr<Node, FreeNode>;
+using ParameterPtr = std::unique_ptr<Parameter, FreePara>;
+
+/// A cleared record of the caller's, or none when there is no memory.
+[[nodiscard]] NodePtr new_node();
+[[nodiscard]] ParameterPtr new_parameter();
+
+}  // namespace gwconf
