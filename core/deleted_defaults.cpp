@@ -22,6 +22,17 @@ Node* record_table() {
   return table;
 }
 
+/// The first record that matches `path`, or none.
+Node* matching_record(std::string_view path) {
+  const Node* table = record_table();
+  for (Node* record = table ? table->children : nullptr; record; record = record->next) {
+    const std::string_view recorded = recorded_path(*record);
+    if (recorded.empty()) continue;
+    if (path.starts_with(recorded) || recorded.starts_with(path)) return record;
+  }
+  return nullptr;
+}
+
 /// The smallest number not yet in the record table; 0 when there is no table or its list cannot be
 /// relied on.
 std::int32_t free_record_number() {
@@ -44,33 +55,41 @@ Node* untouched_default(std::string_view path) {
   return node->parent && filter_node(node) ? node : nullptr;
 }
 
-void delete_instance(const Node& node) {
+Status delete_instance(const Node& node) {
   PathText table;
-  if (CM_CORE_GetURIByObjNode(node.parent, {table.buffer(), kPathBufferSize}) != CM_OK) return;
-  ignore(CM_CORE_DelInstance(std::string_view{table.buffer()},
-                             CM_UTL_GetInstanceNumber(node.name.view())));
+  if (const Status status = CM_CORE_GetURIByObjNode(node.parent, {table.buffer(), kPathBufferSize}))
+    return status;
+  return CM_CORE_DelInstance(std::string_view{table.buffer()},
+                             CM_UTL_GetInstanceNumber(node.name.view()));
+}
+
+/// True when `table` lists `record`, which may be gone; the end of the list counts as listed.
+bool lists(const Node& table, const Node* record) {
+  const Node* child = table.children;
+  while (child && child != record)
+    child = child->next;
+  return child == record;
 }
 
 }  // namespace
 
 std::int32_t find_deleted_default(std::string_view path) {
-  const Node* table = record_table();
-  for (const Node* record = table ? table->children : nullptr; record; record = record->next) {
-    const std::string_view recorded = recorded_path(*record);
-    if (recorded.empty()) continue;
-    if (path.starts_with(recorded) || recorded.starts_with(path))
-      return CM_UTL_GetInstanceNumber(record->name.view());
-  }
-  return 0;
+  const Node* record = matching_record(path);
+  return record ? CM_UTL_GetInstanceNumber(record->name.view()) : 0;
 }
 
 void record_deleted_default(std::string_view path) {
   if (find_deleted_default(path) != 0) return;
   const std::int32_t number = free_record_number();
-  if (number == 0 || CM_CORE_AddInstance(kDeletedDefaults, number) != CM_OK) return;
+  if (number == 0) return;
   PathText uri{kDeletedDefaults};
+  if (!uri.append_instance(number)) return;
+  // Adding the record deletes one that names it. That deletion is not recorded in turn: records
+  // that name records could go on like this without end.
+  if (Node* named = matching_record(uri.view())) set(*named, kUserSet);
+  if (CM_CORE_AddInstance(kDeletedDefaults, number) != CM_OK) return;
   const PathText deleted{path};
-  const bool stored = uri.append_instance(number) && uri.append("URI") && deleted.fits() &&
+  const bool stored = uri.append("URI") && deleted.fits() &&
                       CM_CORE_SetValueByURI(uri.view(), deleted.view().data()) == CM_OK;
   if (!stored) ignore(CM_CORE_DelInstance(kDeletedDefaults, number));
 }
@@ -85,10 +104,13 @@ Status CM_CORE_MergeDeletedInstances() {
   if (!table) return CM_INVALID;
   for (const Node* record = table->children; record;) {
     const Node* next = record->next;
-    if (const Node* doomed = untouched_default(recorded_path(*record))) {
-      delete_instance(*doomed);
-      // A record may name a record: the one behind this one may be gone now, or this one itself.
-      if (doomed != record) next = record->next;
+    const Node* doomed = untouched_default(recorded_path(*record));
+    if (doomed && delete_instance(*doomed) == CM_OK) {
+      // A record may name a record: this one may be gone now, or the one behind it, or both.
+      if (lists(*table, record))
+        next = record->next;
+      else if (!lists(*table, next))
+        next = table->children;
     }
     record = next;
   }

@@ -19,6 +19,17 @@ Node* find_instance(Node* table, std::int32_t n) {
   return CM_CORE_GetChildObjByName(table, InstanceName{n}.view());
 }
 
+Status find_instance(std::string_view table, std::int32_t n, Node** out) {
+  if (const Status status = CM_CORE_GetObjNodeByUri(table, out)) return status;
+  *out = find_instance(*out, n);
+  return *out ? CM_OK : CM_NOT_FOUND;
+}
+
+/// True when `name` is the segment of an object called `stem`.
+bool is_segment(std::string_view name, std::string_view stem) {
+  return name.size() == stem.size() + 1 && name.starts_with(stem) && name.ends_with('.');
+}
+
 /// The template of `table`, which is looked for in the top-level template chain.
 Status find_template(std::string_view table, Node** out) {
   PathText path{table};
@@ -53,6 +64,35 @@ bool lies_in(const Node* node, const Node* subtree) {
   while (node && node != subtree)
     node = node->parent;
   return node != nullptr;
+}
+
+/// Whether an object was ever moved that stayed in its old parent's list (CM_CORE_NodeMove).
+bool strays_exist = false;
+
+/// Whether `wanted` is `lister` or listed somewhere below it. For all but strays lies_in says the
+/// same, faster.
+bool is_listed_in(const Node* lister, const Node* wanted) {
+  if (lister == wanted) return true;
+  for (const Node* child = lister->children; child; child = child->next)
+    if (is_listed_in(child, wanted)) return true;
+  return false;
+}
+
+/// Links the strays below `lister` to the objects that list them: those whose parent lies in
+/// `doomed`, or all.
+void settle_strays(Node* lister, const Node* doomed) {
+  for (Node* child = lister->children; child; child = child->next) {
+    if (child->parent != lister && (!doomed || lies_in(child->parent, doomed)))
+      child->parent = lister;
+    settle_strays(child, doomed);
+  }
+}
+
+/// Before `doomed` is freed: no object that stays may keep its parent there.
+void release_strays(Node* doomed) {
+  if (!strays_exist) return;
+  settle_strays(doomed, nullptr);
+  settle_strays(cml_root, doomed);
 }
 
 /// Walks from `first` on and gives the consecutive run of instances that starts at `expected` the
@@ -196,16 +236,17 @@ Status CM_CORE_AddInstance(std::string_view table, std::int32_t n) {
   Node* added = instance.release();
   link_in_order(table_node, added, n);
   set(*added, kUserSet);
-  forget_deleted_default(std::string_view{path.buffer()});
+  // Counted before anything is forgotten: a record that matches its own path takes itself away.
   ignore(CM_CORE_NumberOfEntriesModify(added, 0));  // not every table has a counter
+  forget_deleted_default(std::string_view{path.buffer()});
   return CM_OK;
 }
 
 Status CM_CORE_InsertInstance(std::string_view table, std::int32_t n) {
   if (n < 1 || CM_UTL_UriIsObjNode(table) != CM_OK) return CM_INVALID;
-  Node* table_node = nullptr;
-  if (CM_CORE_GetObjNodeByUri(table, &table_node) == CM_OK) {
-    if (const Status status = shift_up(find_instance(table_node, n), n)) return status;
+  Node* first = nullptr;
+  if (find_instance(table, n, &first) == CM_OK) {
+    if (const Status status = shift_up(first, n)) return status;
   }
   return CM_CORE_AddInstance(table, n);
 }
@@ -213,16 +254,17 @@ Status CM_CORE_InsertInstance(std::string_view table, std::int32_t n) {
 Status CM_CORE_DelInstance(std::string_view table, std::int32_t n) {
   if (n < 1 || CM_UTL_UriIsObjNode(table) != CM_OK) return CM_INVALID;
   Node* node = nullptr;
-  if (const Status status = CM_CORE_GetObjNodeByUri(table, &node)) return status;
-  node = find_instance(node, n);
-  if (!node) return CM_NOT_FOUND;
+  if (const Status status = find_instance(table, n, &node)) return status;
   if (!node->parent) return CM_INVALID;
   ignore(CM_CORE_NumberOfEntriesModify(node, 1));  // not every table has a counter
   if (!has(*node, kUserSet)) {
     PathText path;
     if (CM_CORE_GetURIByObjNode(node, {path.buffer(), kPathBufferSize}) == CM_OK)
       record_deleted_default(std::string_view{path.buffer()});
+    // The new record pushes out an older one that names it, which may have held this instance.
+    if (find_instance(table, n, &node) != CM_OK) return CM_OK;
   }
+  release_strays(node);
   return CM_UTL_FreeNode_KeepInstance(node, 1);
 }
 
@@ -231,17 +273,17 @@ Status CM_CORE_DelNode(std::string_view path) {
   if (const Status status = CM_CORE_GetObjNodeByUri(path, &node)) return status;
   if (!node->parent) return CM_INVALID;
   if (const Status status = CM_UTL_RebuildStructureBeforeNodeRemove(node)) return status;
+  release_strays(node);
   return CM_UTL_FreeNode(node);
 }
 
 Status CM_CORE_InstanceReArrange(std::string_view table, std::int32_t start, std::int32_t count) {
   if (start < 1) return CM_REFUSED;
-  Node* table_node = nullptr;
-  if (const Status status = CM_CORE_GetObjNodeByUri(table, &table_node)) return status;
   std::int32_t expected = std::max(start - 1, 1);
-  Node* node = find_instance(table_node, expected);
-  if (!node) node = find_instance(table_node, expected + 1);
-  if (!node) return CM_NOT_FOUND;
+  Node* node = nullptr;
+  if (find_instance(table, expected, &node) != CM_OK) {
+    if (const Status status = find_instance(table, expected + 1, &node)) return status;
+  }
   for (std::int32_t done = 0; node && (count <= 0 || done < count); ++done) {
     if (CM_CORE_CheckIfInstance(node->name.view()) != CM_OK) break;
     if (number_of(*node) != expected && !node->name.assign(InstanceName{expected}.view()))
@@ -256,6 +298,7 @@ Status CM_CORE_InstanceReArrange(std::string_view table, std::int32_t start, std
 Status CM_CORE_NodeMove(Node* newParent, Node* node) {
   Node* old_parent = node->parent;
   if (!old_parent || lies_in(newParent, node)) return CM_INVALID;
+  if (strays_exist && is_listed_in(node, newParent)) return CM_INVALID;
   if (old_parent == newParent) return CM_OK;
   Node* before = nullptr;
   for (Node* child = old_parent->children; child != node; child = child->next) {
@@ -268,6 +311,7 @@ Status CM_CORE_NodeMove(Node* newParent, Node* node) {
     link_behind_nearest(newParent, node);
   } else {
     // What is no instance has no place by number. Behind a former sibling it stays in the old list.
+    strays_exist = strays_exist || before;
     Node** link = before ? &before->next : &newParent->children;
     node->next = *link;
     *link = node;
@@ -303,9 +347,7 @@ Status CM_CORE_GetInstanceList(char* path, std::int32_t /*size*/) {
 
   const Node* table = nullptr;
   for (const Node* child = parent->children; child && !table; child = child->next) {
-    const std::string_view name = child->name.view();
-    if (name.size() == table_name.size() + 1 && name.starts_with(table_name) && name.ends_with('.'))
-      table = child;
+    if (is_segment(child->name.view(), table_name)) table = child;
   }
   // A listed name has room for five characters, the last of which becomes the comma.
   constexpr std::size_t kEntryMax = 5;
@@ -351,8 +393,7 @@ Status CM_CORE_GetNonVirtualNumberOfEntries(const Parameter* counter, std::int32
   if (!table_name.ends_with(kNumberOfEntries) || !counter->parent) return CM_NOT_FOUND;
   table_name.remove_suffix(kNumberOfEntries.size());
   for (const Node* table = counter->parent->children; table; table = table->next) {
-    const std::string_view name = table->name.view();
-    if (name.size() != table_name.size() + 1 || !name.starts_with(table_name)) continue;
+    if (!is_segment(table->name.view(), table_name)) continue;
     for (const Node* child = table->children; child; child = child->next)
       if (has(*child, kWritable) && child->name.view() != "0.") ++*out;
     return CM_OK;

@@ -116,7 +116,7 @@ Parameter* CM_CORE_GetChildParaByName(Node* node, std::string_view name) {
 
 Status CM_CORE_GetObjNodeByUri(std::string_view path, Node** out) {
   *out = nullptr;
-  if (CM_UTL_UriIsObjNode(path) != CM_OK) return CM_INVALID;
+  if (CM_UTL_UriIsObjNode(path) != CM_OK || path.size() >= kPathBufferSize) return CM_INVALID;
   std::string_view leaf;
   *out = walk(path, &leaf);
   return *out ? CM_OK : CM_NOT_FOUND;
@@ -124,7 +124,7 @@ Status CM_CORE_GetObjNodeByUri(std::string_view path, Node** out) {
 
 Status CM_CORE_GetParaNodeByUri(std::string_view path, Parameter** out) {
   *out = nullptr;
-  if (CM_UTL_UriIsObjNode(path) == CM_OK) return CM_INVALID;
+  if (CM_UTL_UriIsObjNode(path) == CM_OK || path.size() >= kPathBufferSize) return CM_INVALID;
   if (!has_dot(path)) return CM_NOT_FOUND;
   std::string_view leaf;
   Node* node = walk(path, &leaf);

@@ -72,9 +72,9 @@ Status CM_UTL_IsInstance(std::string_view name);
 [[nodiscard]] Parameter* CM_CORE_GetChildParaByName(Node* node, std::string_view name);
 
 /// Finds an object by its path, from `cml_root`. CM_OK with the node, still the tree's, in `out`;
-/// otherwise `out` is cleared: CM_INVALID when `path` does not end with a dot, CM_NOT_FOUND when
-/// the tree (which may be absent) has no such object. A segment that repeats the object's own name
-/// stays on that object.
+/// otherwise `out` is cleared: CM_INVALID when `path` does not end with a dot or passes the bound
+/// of a path, CM_NOT_FOUND when the tree (which may be absent) has no such object. A segment that
+/// repeats the object's own name stays on that object.
 Status CM_CORE_GetObjNodeByUri(std::string_view path, Node** out);
 /// Finds a parameter by its path. As above; CM_INVALID when `path` ends with a dot.
 Status CM_CORE_GetParaNodeByUri(std::string_view path, Parameter** out);

@@ -11,10 +11,18 @@ const Paths& paths() {
       .temporary_output = "/tmp/ConfigOut.TMP",
       .last_block_text = "/tmp/backup.xml",
       .device_info = "/etc/device_info_cfg",
+      .proc = "/proc",
       .proc_net_dev = "/proc/net/dev",
       .proc_meminfo = "/proc/meminfo",
       .proc_uptime = "/proc/uptime",
       .proc_mtd = "/proc/mtd",
+      .sys = "/sys",
+      .os_release = "/etc/os-release",
+      .resolv_conf = "/etc/resolv.conf",
+      .logs = "/var/log",
+      .dhclient_leases = "/var/lib/dhcp",
+      .dhcpcd_leases = "/var/lib/dhcpcd",
+      .networkd_leases = "/run/systemd/netif/leases",
   };
   return kProduct;
 }

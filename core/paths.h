@@ -13,10 +13,20 @@ struct Paths {
   const char* temporary_output;   ///< the writer's temporary file
   const char* last_block_text;    ///< plain text of the block written last
   const char* device_info;        ///< key=value lines of the device's identity
+  const char* proc;               ///< root of the kernel's files
   const char* proc_net_dev;
   const char* proc_meminfo;
   const char* proc_uptime;
   const char* proc_mtd;  ///< exists where the kernel drives raw flash
+  const char* sys;       ///< root of the kernel's device files
+
+  // What a plain Linux machine knows of itself.
+  const char* os_release;
+  const char* resolv_conf;
+  const char* logs;             ///< folder of the system's log files
+  const char* dhclient_leases;  ///< folders of the usual DHCP clients
+  const char* dhcpcd_leases;
+  const char* networkd_leases;
 };
 
 [[nodiscard]] const Paths& paths();

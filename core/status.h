@@ -10,6 +10,7 @@ namespace gwconf {
 enum [[nodiscard]] Status : std::int32_t{
     CM_OK = 0,
     CM_UNCHANGED = 1,      ///< the new value equals the stored one
+    CM_NOT_WRITTEN = 1,    ///< the flash or the file did not take a settings block; never sent
     CM_NOT_FOUND = 2,      ///< no such object or parameter
     CM_UNUSABLE = 3,       ///< unusable file or missing input
     CM_NO_MEMORY = 4,      ///< out of memory, or no temporary file
