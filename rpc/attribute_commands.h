@@ -1,0 +1,16 @@
+#pragma once
+
+#include "core/status.h"
+
+namespace gwconf {
+
+/// Path of an object or a parameter, then "bit,value". Sets the bit for the value 1 and clears it
+/// for any other; what does not scan is 0. A bit outside the word changes nothing.
+Status CM_RPC_RPOCESS_SetParameterAttributes(int fd, char* buf);
+/// Path. Answers the attribute word in decimal; the empty text before the code of a failed lookup.
+Status CM_RPC_RPOCESS_GetParameterAttributes(int fd, char* buf);
+/// Process id, signal number, file path: the one listener to changes, in place of the one before.
+/// See notification.h.
+Status CM_RPC_RPOCESS_TR069_Notification_Registration(int fd, char* buf);
+
+}  // namespace gwconf

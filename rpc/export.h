@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+
+#include "core/tree.h"
+
+namespace gwconf {
+
+// The export of a part of the live tree in the element dialect, written to a stream. Values are
+// written as they are stored, which is escaped. Instances stand one tab further in than anything
+// else in their table, so that its rows stand out. A write that fails shows in the stream's error
+// flag.
+
+void CM_RPC_CML2XML_TAB(std::FILE* file, std::int32_t n);
+/// One attribute with a blank before it; nothing without a name, an empty value without one.
+void CM_RPC_CML2XML_ATTR(std::FILE* file, const char* name, const char* value);
+/// The opening line of an object, and the closing line of any element, at `depth`.
+void CM_RPC_CML2XML_NODE(std::FILE* file, const Node* node, std::int32_t depth);
+void CM_RPC_CML2XML_NODE_END(std::FILE* file, const char* tag, std::int32_t depth);
+/// The line of a parameter; at depth 0 a document of its own.
+void CM_RPC_CML2XML_PARAMETER(std::FILE* file, const Parameter* param, std::int32_t depth);
+/// The subtree of `node`, at depth 0 as a document. CM_UNUSABLE without a node.
+Status CM_RPC_CML2XML(const Node* node, std::FILE* file, std::int32_t depth);
+
+/// Object path. Answers the XML text of the object with all below it. CM_INVALID for a disabled
+/// object, CM_NO_MEMORY without a temporary file; every failure answers the empty text first.
+Status CM_RPC_RPOCESS_TR069_GetNodeXML(int fd, char* buf);
+/// Parameter path. The same for one parameter.
+Status CM_RPC_RPOCESS_TR069_GetParameterXML(int fd, char* buf);
+
+}  // namespace gwconf

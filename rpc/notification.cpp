@@ -1,0 +1,73 @@
+#include "rpc/notification.h"
+
+#include <cstdio>
+#include <new>
+#include <signal.h>
+#include <time.h>
+#include <unistd.h>
+
+#include "core/path.h"
+#include "rpc/protocol.h"
+#include "storage/file.h"
+
+namespace gwconf {
+
+Registration* notify_reg = nullptr;
+
+namespace {
+
+[[nodiscard]] bool is_complete(const Registration& registration) {
+  // A number below 1 names a group of processes, or all of them: never a listener.
+  return registration.process > 0 && registration.signal != 0 && registration.file;
+}
+
+/// The word of a change line. Passive goes before active here.
+const char* change_word(const Parameter& param) {
+  if (has(param, kPassiveNotification)) return "Passive";
+  return has(param, kActiveNotification) ? "Active" : "None";
+}
+
+/// Takes the lock on the whole file, waiting for a reader that holds it as long as for any other
+/// peer. One that holds it for longer has stalled, and must not stop the service; the line is
+/// appended all the same.
+void lock_file(int fd) {
+  constexpr timespec kPause{.tv_sec = 0, .tv_nsec = 1'000'000};
+  for (int tries = kReadSeconds * 1000; tries > 0 && lockf(fd, F_TLOCK, 0) != 0; --tries)
+    nanosleep(&kPause, nullptr);
+}
+
+}  // namespace
+
+Registration* renew_registration() {
+  if (notify_reg) {
+    *notify_reg = {};
+  } else if (void* memory = CM_UTL_malloc(nullptr, sizeof(Registration))) {
+    notify_reg = new (memory) Registration{};
+  }
+  return notify_reg;
+}
+
+Status start_notification_file(Registration* registration, const char* path) {
+  const bool copied = registration->file.assign(std::string_view{path});
+  const FilePtr file = open_regular(path, "w+");
+  return copied && file && is_complete(*registration) ? CM_OK : CM_INVALID;
+}
+
+Status CM_RPC_TR069_Notification_Check(const Parameter* param, char* buf, std::int32_t size) {
+  if (!param || !buf || size < 1 || !notify_reg || !is_complete(*notify_reg)) return CM_INVALID;
+  char path[kPathBufferSize];
+  if (CM_CORE_GetURIByParaNode(param, path) != CM_OK)
+    std::snprintf(path, sizeof path, "Get Parameter URI fail");
+  std::snprintf(buf, static_cast<std::size_t>(size), "%s,%s\n", path, change_word(*param));
+  {
+    const FilePtr file = open_regular(notify_reg->file.get(), "a+");
+    if (!file) return CM_INVALID;
+    lock_file(fileno(file.get()));
+    std::fputs(buf, file.get());
+  }
+  // Closing released the lock, so the listener finds the whole line.
+  kill(notify_reg->process, notify_reg->signal);
+  return CM_OK;
+}
+
+}  // namespace gwconf

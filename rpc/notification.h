@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+
+#include "core/tree.h"
+
+namespace gwconf {
+
+/// The one process that hears of changed values, and where. Notification is on while all three are
+/// there.
+struct Registration {
+  std::int32_t process = 0;
+  std::int32_t signal = 0;
+  OwnedText file;
+};
+
+/// The registration, or none before the first.
+extern Registration* notify_reg;
+
+/// Clears the registration, making one at the first call. None when there is no memory for it.
+[[nodiscard]] Registration* renew_registration();
+
+/// Takes a copy of `path` into the registration and creates or empties that file. CM_INVALID when
+/// the file cannot be opened, the path cannot be copied, or the process or the signal is missing;
+/// what was stored stays.
+Status start_notification_file(Registration* registration, const char* path);
+
+/// Tells the listener that the value of `param` was changed: appends a line to its file, under the
+/// lock that the two share, and sends its signal. `buf`, of `size` bytes, is overwritten.
+/// CM_INVALID, and nothing told: an argument is missing, nobody is registered, or the file cannot
+/// be opened.
+Status CM_RPC_TR069_Notification_Check(const Parameter* param, char* buf, std::int32_t size);
+
+}  // namespace gwconf
