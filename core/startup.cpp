@@ -1,0 +1,74 @@
+#include "core/startup.h"
+
+#include <cstdio>
+#include <fcntl.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include "core/deleted_defaults.h"
+#include "core/paths.h"
+#include "xml/loader.h"
+#include "xml/merge.h"
+
+namespace gwconf {
+namespace {
+
+/// The saved settings, while they are merged.
+Node* cml_reduced_root = nullptr;
+
+/// Lays the saved settings over the live tree. False when there is no memory for their root.
+bool merge_saved_settings() {
+  cml_reduced_root = new_node().release();
+  if (!cml_reduced_root) return false;
+  // Without saved settings the daemon runs on the defaults.
+  if (CM_XML2RAM(cml_reduced_root, nullptr) == CM_OK) ignore(CM_Node_Merge2Root(cml_reduced_root));
+  ignore(CM_UTL_FreeNode(cml_reduced_root));
+  cml_reduced_root = nullptr;
+  return true;
+}
+
+}  // namespace
+
+int start_up(const char* argument) {
+  cml_root = new_node().release();
+  if (!cml_root) return CM_NO_MEMORY;
+  if (argument) {
+    const int result = CM_XML2RAM(cml_root, argument);
+    if (result == CM_OK) return CM_OK;
+    if (result != CM_UNUSABLE) {
+      ignore(CM_UTL_FreeNode(cml_root));
+      cml_root = nullptr;
+      return result;
+    }
+  }
+  const char* defaults = paths().defaults;
+  if (const int result = CM_XML2RAM(cml_root, defaults)) return result;
+  std::printf("[%s]read config %s success\n", "main", defaults);
+  if (!merge_saved_settings()) return CM_NO_MEMORY;
+  // The record of deleted instances lies in the tree and came with the saved settings. A tree need
+  // not have one.
+  ignore(CM_CORE_MergeDeletedInstances());
+  return CM_OK;
+}
+
+void CM_CORE_Terminate(int /*signal*/) {
+  unlink(paths().socket);
+  _exit(1);
+}
+
+void install_termination_handler() {
+  struct sigaction action {};
+  action.sa_handler = CM_CORE_Terminate;
+  sigemptyset(&action.sa_mask);
+  for (const int signal : {SIGTERM, SIGHUP, SIGINT, SIGQUIT})
+    sigaction(signal, &action, nullptr);
+}
+
+void occupy_standard_descriptors() {
+  int fd = open("/dev/null", O_RDWR);
+  while (fd >= 0 && fd <= STDERR_FILENO)
+    fd = open("/dev/null", O_RDWR);
+  if (fd >= 0) close(fd);
+}
+
+}  // namespace gwconf

@@ -1,0 +1,7 @@
+#!/usr/bin/env bash
+# Runs clang-tidy over the daemon and the client library: scripts/check_tidy.sh BUILD_FOLDER
+set -euo pipefail
+build=$(realpath "$1")
+cd "$(dirname "$0")/.."
+find core platform storage xml rpc client -name '*.cpp' -print0 |
+  xargs -0 -P "$(nproc)" -n 4 clang-tidy -p "$build" --quiet 2>/dev/null
