@@ -1,0 +1,54 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include <nlohmann/json.hpp>
+
+namespace gwconf::tool {
+
+/// How a verb ended. The numbers are the process's exit statuses.
+enum class Exit {
+  kDone = 0,
+  kRefused = 1,      ///< by the daemon
+  kWrongUse = 2,     ///< of the command line
+  kUnreachable = 3,  ///< no answer of the daemon's
+  kFindings = 4,     ///< a check of the tool's own found something
+};
+
+/// Of two ends the one that the user must hear of: nobody there, wrong use, refused, findings,
+/// done.
+[[nodiscard]] Exit worse(Exit one, Exit other);
+
+/// JSON that keeps its keys in the order of writing.
+using Json = nlohmann::ordered_json;
+
+/// A code of the daemon's or the library's as {"code": ..., "meaning": ...}.
+[[nodiscard]] Json json_of(int code);
+
+/// Results on standard output, as text or as one JSON document; complaints on standard error.
+class Output {
+ public:
+  Output(bool json, std::string socket_path) : json_{json}, socket_path_{std::move(socket_path)} {}
+
+  [[nodiscard]] bool json() const { return json_; }
+
+  /// A line of text.
+  void line(std::string_view text) const;
+
+  /// A JSON document. Bytes that are not UTF-8 come out as replacement characters.
+  void document(const Json& content) const;
+
+  /// "gwctl: SUBJECT: CODE (MEANING)": `subject` is the verb and, where it has one, the path.
+  /// Returns the end that the code stands for.
+  Exit failure(std::string_view subject, int code) const;
+
+  /// "gwctl: SUBJECT: TEXT", for what the tool itself objects to.
+  void complaint(std::string_view subject, std::string_view text) const;
+
+ private:
+  bool json_;
+  std::string socket_path_;
+};
+
+}  // namespace gwconf::tool
