@@ -13,9 +13,10 @@ namespace gwconf {
 
 /// Creates instance `n` from the table's template (always that of the top-level chain A.0.B.0.),
 /// user-set, in its place, counts it, and forgets that it was deleted. A disabled instance of the
-/// same number does not hinder. CM_INVALID: n below 1, not an object path, a path past its bound;
-/// CM_NOT_FOUND: no table or no template; CM_EXISTS; CM_NO_MEMORY. The table is unchanged after a
-/// failure.
+/// same number does not hinder. CM_INVALID: n below 1, not an object path, a path past its bound,
+/// no memory for the name; CM_NOT_FOUND: no table or no template; CM_EXISTS; CM_NO_MEMORY. The
+/// table is unchanged after a failure. A counter that is not there or has no memory to grow fails
+/// nothing.
 Status CM_CORE_AddInstance(std::string_view table, std::int32_t n);
 
 /// Creates instance `n`, after moving the consecutive run of instances that starts at n up by one.
@@ -38,8 +39,10 @@ Status CM_CORE_DelNode(std::string_view path);
 Status CM_CORE_InstanceReArrange(std::string_view table, std::int32_t start, std::int32_t count);
 
 /// Moves `node` below `newParent`, behind the nearest instance with a number not above its own, and
-/// counts it out and in. CM_INVALID, and nothing changed: the root, or a new parent inside the node
-/// itself.
+/// counts it out and in. A node that is no instance goes first when it was its old parent's first
+/// child; otherwise the old parent goes on listing it, and when its new parent is deleted it is the
+/// old one's again. CM_INVALID, and nothing changed: the root, a new parent inside the node itself,
+/// or a node that another object than its parent lists.
 Status CM_CORE_NodeMove(Node* newParent, Node* node);
 
 /// CM_CORE_AddInstance that creates missing enclosing instances first and takes an existing one for

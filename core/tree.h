@@ -112,7 +112,8 @@ Status CM_UTL_FreeNode(Node* node);
 Status CM_UTL_RebuildStructureBeforeNodeRemove(Node* node);
 
 /// Unlinks and frees one instance subtree. None, a node without name, a template and an object that
-/// is no instance are left alone with CM_OK. `keep` has no effect.
+/// is no instance are left alone with CM_OK; so is, with CM_INVALID, an instance that its parent
+/// does not list. `keep` has no effect.
 Status CM_UTL_FreeNode_KeepInstance(Node* node, int keep);
 
 struct FreeNode {
