@@ -46,9 +46,8 @@ std::int32_t second_word(std::string_view line) {
 Status device_information(const char* key, char* out, std::int32_t size) {
   Answer answer{out, size};
   CfgItem item{.value = nullptr, .key = key, .kind = 0, .fallback = ""};
-  const int result = getCfgInfo(paths().device_info, &item, 1);
+  if (getCfgInfo(paths().device_info, &item, 1) != 0) return CM_OK;
   const auto value = OwnedText::adopt(item.value);
-  if (result != 0) return CM_OK;
   for (const char* at = value.c_str(); *at != '\0'; ++at) {
     answer.append({at, 1});
     if (at[0] == '%' && at[1] == '%') ++at;

@@ -77,7 +77,7 @@ void getProductDesc(char* text);
 
 /// One value to look up in a device information file.
 typedef struct CfgItem {
-  char* value;  // out: newly allocated, the caller's; none when the lookup failed
+  char* value;  // out: newly allocated, the caller's; not looked at when the lookup failed
   const char* key;
   int kind;              // 0: a text
   const char* fallback;  // the value of a key that is not there
