@@ -58,7 +58,7 @@ TEST_F(InterfacesTest, DefaultRoutesAreThoseOfTheWholeNetworkThatAreUp) {
   has_route("lan0\t0000A8C0\t00000000\t0001\t0\t0\t0\t00FFFFFF\t0\t0\t0");
   has_route("half\t00000000\t00000000\t0003\t0\t0\t0\t00000080\t0\t0\t0");
   has_route("down\t00000000\t00000000\t0002\t0\t0\t0\t00000000\t0\t0\t0");
-  has_route("*\t00000000\t00000000\t0200\t0\t0\t0\t00000000\t0\t0\t0");
+  has_route("reject\t00000000\t00000000\t0201\t0\t0\t0\t00000000\t0\t0\t0");
   EXPECT_EQ(listed(default_route_interfaces()), "wan0 wan1");
   EXPECT_EQ(default_gateway("wan1"), inet_addr("203.0.113.1"));
   EXPECT_EQ(default_gateway("wan0"), inet_addr("198.51.100.1"));
