@@ -21,7 +21,9 @@ function(gwconf_library name)
   set_target_properties(gwconf_${name} PROPERTIES POSITION_INDEPENDENT_CODE ON)
 endfunction()
 
-# An executable of the daemon's own code. It is linked as C: whatever would need the C++ library's code fails here.
+# An executable of the daemon's own code. It is linked as C and without what C++ would add: whatever would need the
+# C++ library's code fails here.
+set(CMAKE_CXX_IMPLICIT_LINK_LIBRARIES "")
 function(gwconf_executable name)
   cmake_parse_arguments(ARG "" "" "SOURCES;USES" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})

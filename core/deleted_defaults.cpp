@@ -5,6 +5,7 @@
 #include "core/instance.h"
 #include "core/number.h"
 #include "core/path.h"
+#include "core/text_view.h"
 
 namespace gwconf {
 namespace {
@@ -28,7 +29,7 @@ Node* matching_record(std::string_view path) {
   for (Node* record = table ? table->children : nullptr; record; record = record->next) {
     const std::string_view recorded = recorded_path(*record);
     if (recorded.empty()) continue;
-    if (path.starts_with(recorded) || recorded.starts_with(path)) return record;
+    if (begins_with(path, recorded) || begins_with(recorded, path)) return record;
   }
   return nullptr;
 }

@@ -7,6 +7,7 @@
 #include "core/deleted_defaults.h"
 #include "core/number.h"
 #include "core/path.h"
+#include "core/text_view.h"
 
 namespace gwconf {
 namespace {
@@ -27,7 +28,7 @@ Status find_instance(std::string_view table, std::int32_t n, Node** out) {
 
 /// True when `name` is the segment of an object called `stem`.
 bool is_segment(std::string_view name, std::string_view stem) {
-  return name.size() == stem.size() + 1 && name.starts_with(stem) && name.ends_with('.');
+  return name.size() == stem.size() + 1 && begins_with(name, stem) && name.ends_with('.');
 }
 
 /// The template of `table`, which is looked for in the top-level template chain.
@@ -135,8 +136,8 @@ EnclosingInstance enclosing_instance(std::string_view path) {
 
 /// True when `name` is `stem` with the counter suffix.
 bool counts(std::string_view name, std::string_view stem) {
-  return name.size() == stem.size() + kNumberOfEntries.size() && name.starts_with(stem) &&
-         name.ends_with(kNumberOfEntries);
+  return name.size() == stem.size() + kNumberOfEntries.size() && begins_with(name, stem) &&
+         ends_in(name, kNumberOfEntries);
 }
 
 /// Which counter names belong to which table names: the whole name, the name less "Device" or
@@ -147,7 +148,7 @@ bool is_counter_of(std::string_view name, std::string_view table) {
   if (length >= 7 && counts(name, {table.data(), length - 6})) return true;
   if (length >= 4 && counts(name, {table.data(), length - 3})) return true;
   constexpr std::string_view kLan = "LAN";
-  if (!name.starts_with(kLan)) return false;
+  if (!begins_with(name, kLan)) return false;
   name.remove_prefix(kLan.size());
   return counts(name, table);
 }
@@ -390,7 +391,7 @@ Status CM_CORE_NumberOfEntriesModify(const Node* node, unsigned decrement) {
 Status CM_CORE_GetNonVirtualNumberOfEntries(const Parameter* counter, std::int32_t* out) {
   *out = 0;
   std::string_view table_name = counter->name.view();
-  if (!table_name.ends_with(kNumberOfEntries) || !counter->parent) return CM_NOT_FOUND;
+  if (!ends_in(table_name, kNumberOfEntries) || !counter->parent) return CM_NOT_FOUND;
   table_name.remove_suffix(kNumberOfEntries.size());
   for (const Node* table = counter->parent->children; table; table = table->next) {
     if (!is_segment(table->name.view(), table_name)) continue;

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "core/number.h"
+#include "core/text_view.h"
 
 namespace gwconf {
 namespace {
@@ -78,7 +79,7 @@ Status CM_UTL_UriIsObjNode(std::string_view path) {
 Status CM_CORE_CheckIfInstance(std::string_view name) {
   const ScannedNumber number = scan_number(name);
   if (!number.found || number.value < 0) return CM_INVALID;
-  return number.value > 0 || name.starts_with("0.") ? CM_OK : CM_INVALID;
+  return number.value > 0 || begins_with(name, "0.") ? CM_OK : CM_INVALID;
 }
 
 Status CM_UTL_IsInstance(std::string_view name) {
@@ -138,7 +139,7 @@ Status CM_CORE_SetValueByURI(std::string_view path, const char* value) {
   if (const Status status = CM_CORE_GetParaNodeByUri(path, &param)) return status;
   if (has(*param->parent, kDisabled)) return CM_OK;
   if (!param->value.assign(std::string_view{value})) return CM_NO_MEMORY;
-  if (!param->name.view().ends_with(kNumberOfEntries)) set(*param, kUserSet);
+  if (!ends_in(param->name.view(), kNumberOfEntries)) set(*param, kUserSet);
   return CM_OK;
 }
 

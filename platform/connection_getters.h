@@ -23,18 +23,26 @@ inline constexpr char kZero[] = "0";
 
 using ConnectionText = const char* (*)(int connection);
 
-/// What an up connection has and, if that is given, what a fixed one is configured to while it is
-/// down; empty otherwise.
-template <ConnectionText kLive, ConnectionText kConfigured = nullptr>
-Status connection_text(const char* path, char* out, std::int32_t size) {
+/// What an up connection has; empty otherwise.
+template <ConnectionText kLive>
+Status live_text(const char* path, char* out, std::int32_t size) {
+  Answer answer{out, size};
+  int connection = 0;
+  if (find_connection(path, connection) && is_up(connection)) answer.append(kLive(connection));
+  return CM_OK;
+}
+
+/// What an up connection has, and what a fixed one is configured to while it is down; empty
+/// otherwise.
+template <ConnectionText kLive, ConnectionText kConfigured>
+Status live_or_configured_text(const char* path, char* out, std::int32_t size) {
   Answer answer{out, size};
   int connection = 0;
   if (!find_connection(path, connection)) return CM_OK;
-  if (is_up(connection)) {
+  if (is_up(connection))
     answer.append(kLive(connection));
-  } else if constexpr (kConfigured != nullptr) {
-    if (is_static(connection)) answer.append(kConfigured(connection));
-  }
+  else if (is_static(connection))
+    answer.append(kConfigured(connection));
   return CM_OK;
 }
 

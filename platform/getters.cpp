@@ -69,16 +69,18 @@ constexpr std::array<GetterRow, kGetterCount + 1> platform_fn_tab{{
     {"GetDescription", written_text<getProductDesc>},
     {"GetWANConnectionStatus", wan_status},
     {"GetWANUpTime", wan_up_time},
-    {"GetWANIPExternalIPAddress", connection_text<sal_wan_get_con_ip_t, hcal_wan_get_ip_addr>},
-    {"GetWANIPSubnetMask", connection_text<sal_wan_get_con_ipmask_t, hcal_wan_get_ip_net_mask>},
-    {"GetWANDefaultGateway", connection_text<sal_wan_get_con_gw_t, hcal_wan_get_gateway>},
+    {"GetWANIPExternalIPAddress",
+     live_or_configured_text<sal_wan_get_con_ip_t, hcal_wan_get_ip_addr>},
+    {"GetWANIPSubnetMask",
+     live_or_configured_text<sal_wan_get_con_ipmask_t, hcal_wan_get_ip_net_mask>},
+    {"GetWANDefaultGateway", live_or_configured_text<sal_wan_get_con_gw_t, hcal_wan_get_gateway>},
     {"GetWANDNSServers", wan_name_servers},
     {"GetWANMACAddress", wan_mac_address},
-    {"GetPPPExternalIPAddress", connection_text<sal_wan_get_con_ip_t>},
-    {"GetPPPRemoteIPAddress", connection_text<sal_wan_get_con_gw_t>},
+    {"GetPPPExternalIPAddress", live_text<sal_wan_get_con_ip_t>},
+    {"GetPPPRemoteIPAddress", live_text<sal_wan_get_con_gw_t>},
     {"GetPPPCurrentMRUSize", constant<kEmpty>},
     {"GetWANPPPReset", constant<kZero>},
-    {"GetWANPPPoESessionID", connection_text<sal_wan_get_con_ppp_session_t>},
+    {"GetWANPPPoESessionID", live_text<sal_wan_get_con_ppp_session_t>},
     {"GetVoiceLineStatus", line_text<voice_get_line_status>},
     {"GetVoiceLineCallState", line_text<voice_get_line_call_state>},
     {"GetIPPingDiagSuccessCount", service_text<sal_misc_get_ipping_diag_succ_count>},
@@ -99,14 +101,14 @@ using Row = std::string_view;
 
 consteval bool rows_are_whole_and_unique() {
   for (std::size_t row = 0; row < kGetterCount; ++row) {
-    if (!platform_fn_tab[row].name || !platform_fn_tab[row].getter) return false;
+    if (!platform_fn_tab[row].name) return false;
     for (std::size_t other = 0; other < row; ++other)
       if (Row{platform_fn_tab[row].name} == platform_fn_tab[other].name) return false;
   }
   return true;
 }
 static_assert(rows_are_whole_and_unique());
-static_assert(!platform_fn_tab[kGetterCount].name && !platform_fn_tab[kGetterCount].getter);
+static_assert(!platform_fn_tab[kGetterCount].name);
 
 // The rows keep their places; these stand at the ends of their families.
 static_assert(Row{platform_fn_tab[0].name} == "GetELANStats");

@@ -11,8 +11,6 @@
 namespace gwconf {
 namespace {
 
-constexpr std::size_t kTypeTextSize = 32;
-
 void write(std::FILE* file, std::string_view text) {
   std::fwrite(text.data(), 1, text.size(), file);
 }

@@ -4,6 +4,7 @@
 
 #include "core/path.h"
 #include "core/short_name_index.h"
+#include "core/text_view.h"
 #include "platform/getters.h"
 #include "platform/services.h"
 #include "rpc/notification.h"
@@ -37,7 +38,7 @@ Status CM_RPC_RPOCESS_SetParameterValues(int fd, char* buf) {
   if (param->value && param->value.view() == value) return CM_UNCHANGED;
   if (!param->value.assign(value)) return CM_NO_MEMORY;
   ignore(CM_RPC_TR069_Notification_Check(param, buf, kMessageMax));  // mostly nobody listens
-  if (!param->name.view().ends_with(kNumberOfEntries)) set(*param, kUserSet);
+  if (!ends_in(param->name.view(), kNumberOfEntries)) set(*param, kUserSet);
   return CM_OK;
 }
 
@@ -88,7 +89,9 @@ Status CM_RPC_RPOCESS_GetParameterMinLen(int fd, char* buf) {
 Status CM_RPC_RPOCESS_GetParameterEnumeration(int fd, char* buf) {
   Parameter* param = nullptr;
   if (const Status status = find_parameter(fd, buf, &param)) return status;
-  answer(fd, param->enumeration.c_str());
+  // A configuration file may hold a longer list than a message.
+  std::snprintf(buf, kMessageMax, "%s", param->enumeration.c_str());
+  answer(fd, buf);
   return CM_OK;
 }
 
@@ -99,7 +102,7 @@ Status CM_RPC_RPOCESS_SNameDump(int fd, char* /*buf*/) {
     answer(fd, line);
     for (const ShortNameEntry* entry = hashroot_sname[bucket]; entry; entry = entry->next) {
       std::snprintf(line, sizeof line, "\t %s = %s\n", entry->key.c_str(),
-                    entry->value->value.c_str());
+                    entry->value ? entry->value->value.c_str() : "");
       answer(fd, line);
     }
   }

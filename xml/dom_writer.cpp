@@ -11,9 +11,6 @@
 namespace gwconf {
 namespace {
 
-/// Holds the longest type text, so that no range is cut: "unsignedInt" with two ten-digit bounds.
-constexpr std::size_t kTypeTextSize = 40;
-
 /// Sets the attributes of one element up to the first failure.
 class ElementAttributes {
  public:

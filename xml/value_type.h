@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string_view>
@@ -31,6 +32,9 @@ void parse_value_type(std::string_view text, TypeMatch match, Parameter* param);
 /// The number at the start of `text`, times 1024 when a K of either case stands anywhere in it.
 /// Saturates.
 [[nodiscard]] std::int32_t CM_XML2RAM_Multiplier_Check(std::string_view text);
+
+/// Room for a type text in a writer, NUL included; a longer one is cut.
+inline constexpr std::size_t kTypeTextSize = 32;
 
 /// Writes the type text of a code and its limits into `out`, cut to its size with a NUL. A code
 /// without a name of its own is written "string". Returns the length of the whole text.

@@ -19,7 +19,6 @@ namespace gwconf {
 namespace {
 
 constexpr std::size_t kAttributeListSize = 2048;
-constexpr std::size_t kTypeTextSize = 32;
 
 /// The attribute list of one element, built in its buffer before it is written.
 class AttributeList {

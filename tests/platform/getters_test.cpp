@@ -125,6 +125,8 @@ TEST(GetterTable, HoldsThe75GettersInTheirOrder) {
   EXPECT_EQ(names, expected);
   EXPECT_EQ(platform_fn_tab[75].name, nullptr);
   EXPECT_EQ(platform_fn_tab[75].getter, nullptr);
+  for (std::size_t row = 0; row < kGetterCount; ++row)
+    EXPECT_NE(platform_fn_tab[row].getter, nullptr) << platform_fn_tab[row].name;
 }
 
 TEST_F(RegistryTest, FindsEveryRowByItsName) {
