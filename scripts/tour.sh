@@ -5,15 +5,44 @@ show() {
   gwctl "$@"
 }
 
-server=InternetGatewayDevice.ManagementServer
 time=InternetGatewayDevice.Time
+leases=InternetGatewayDevice.LANDevice.1.LANHostConfigManagement.DHCPStaticAddress
+saved=$sandbox/saved.xml
 
-show get $time.NTPServer1
-show set $time.NTPServer1=ntp.example.net $server.PeriodicInformInterval=600
+# A tour begins with the factory defaults, whatever an earlier one left behind.
+gwctl reset --yes >/dev/null
+
+echo "-- values, stored and live"
+show get $time.NTPServer1 InternetGatewayDevice.DeviceInfo.UpTime
+show set $time.NTPServer1=ntp.example.net
+show describe $time.NTPServer1
+
+echo "-- instances"
+show add $leases.
+show add $leases.
+show insert $leases. 2
+show set $leases.1.Yiaddr=192.168.1.10
+show ls $leases.
+show del $leases.2.
+show renumber $leases.
+show ls $leases.
+
+echo "-- attributes and export"
+show attr $time.NTPServer1 notify-passive=1
+show export $time.NTPServer1
+
+echo "-- to flash, and back after a restart"
+show tree InternetGatewayDevice. --user-set --values
 show commit
-
-echo "restarting the daemon"
 stop_daemon
 start_daemon
-show get $time.NTPServer1 $server.PeriodicInformInterval
+show get $time.NTPServer1 $leases.1.Yiaddr
+[ "$(gwctl get $time.NTPServer1)" = ntp.example.net ]
+
+echo "-- to a file, to the factory defaults, and back"
+show save "$saved"
+show reset --yes
+show get $time.NTPServer1
+show restore "$saved"
+show get $time.NTPServer1
 [ "$(gwctl get $time.NTPServer1)" = ntp.example.net ]
