@@ -58,15 +58,22 @@ std::int32_t CM_RPC_SocketWrite(int fd, const char* text) {
   msghdr message{};
   message.msg_iov = parts;
   message.msg_iovlen = 2;
+  bool stalled = false;
   while (message.msg_iovlen > 0) {
     ssize_t sent = sendmsg(fd, &message, MSG_DONTWAIT | MSG_NOSIGNAL);
     if (sent < 0) {
       if (errno == EINTR) continue;
       if (errno != EAGAIN && errno != EWOULDBLOCK) return -1;
-      if (wait_ready(fd, POLLOUT) == CM_OK) continue;
-      shutdown(fd, SHUT_RDWR);
-      return -1;
+      if (stalled) {
+        shutdown(fd, SHUT_RDWR);
+        return -1;
+      }
+      // A socket counts as ready only when most of its room is free: whether a slow reader took
+      // anything in the meantime shows when more is sent.
+      stalled = wait_ready(fd, POLLOUT) != CM_OK;
+      continue;
     }
+    stalled = false;
     while (message.msg_iovlen > 0 && static_cast<std::size_t>(sent) >= message.msg_iov->iov_len) {
       sent -= static_cast<ssize_t>(message.msg_iov->iov_len);
       ++message.msg_iov;

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstring>
 #include <iostream>
+#include <unistd.h>
 
 #include "gwconf/client.h"
 
@@ -19,6 +20,20 @@ Json json_of(int code) {
   return {{"code", code}, {"meaning", gwconf_strerror(code)}};
 }
 
+Output::Output(bool json, std::string socket_path)
+    : json_{json},
+      socket_path_{std::move(socket_path)},
+      screen_{Screen::of(STDOUT_FILENO)},
+      error_screen_{Screen::of(STDERR_FILENO)} {}
+
+std::string Output::shown(std::string_view text) const {
+  return screen_.is_terminal ? harmless(text) : std::string{text};
+}
+
+std::string Output::shown_lines(std::string_view text) const {
+  return screen_.is_terminal ? harmless(text, "\n\t") : std::string{text};
+}
+
 void Output::line(std::string_view text) const {
   std::cout << text << '\n';
 }
@@ -27,19 +42,32 @@ void Output::document(const Json& content) const {
   std::cout << content.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
 }
 
-Exit Output::failure(std::string_view subject, int code) const {
+Exit Output::failure(std::string_view subject, int code,
+                     const std::vector<std::string>& hints) const {
   const int reason = errno;
-  std::cerr << "gwctl: " << subject << ": " << code << " (" << gwconf_strerror(code);
-  if (code == GWCONF_E_CONNECT) std::cerr << " at " << socket_path_;
+  std::string text = std::to_string(code) + " (" + gwconf_strerror(code);
+  if (code == GWCONF_E_CONNECT) text += " at " + socket_path_;
   if (code == GWCONF_E_CONNECT || code == GWCONF_E_SYSTEM)
-    std::cerr << ": " << std::strerror(reason);
-  std::cerr << ")\n";
+    text += std::string{": "} + std::strerror(reason);
+  text += ")";
+  for (std::size_t i = 0; i < hints.size(); ++i)
+    text += (i == 0 ? "; did you mean " : " or ") + hints[i];
+  if (!hints.empty()) text += "?";
+  complaint(subject, text);
+  return exit_of(code);
+}
+
+Exit Output::exit_of(int code) {
+  if (code == GWCONF_OK || code == GWCONF_UNCHANGED) return Exit::kDone;
   if (code == GWCONF_E_ARGUMENT) return Exit::kWrongUse;
   return code < GWCONF_E_ARGUMENT && code > -2000 ? Exit::kUnreachable : Exit::kRefused;
 }
 
 void Output::complaint(std::string_view subject, std::string_view text) const {
-  std::cerr << "gwctl: " << subject << ": " << text << '\n';
+  std::string line = std::string{subject} + ": " + std::string{text};
+  if (error_screen_.is_terminal) line = harmless(line);
+  std::cout.flush();
+  std::cerr << "gwctl: " << line << '\n';
 }
 
 }  // namespace gwconf::tool

@@ -16,7 +16,7 @@ Exit raw(const Session& session, int command, const std::vector<std::string>& ar
   } else {
     for (std::string_view answer : result.value) {
       if (answer.ends_with('\n')) answer.remove_suffix(1);
-      session.output.line(answer);
+      session.output.line(session.output.shown_lines(answer));
     }
   }
   return exit;

@@ -7,8 +7,18 @@ namespace gwconf::tool {
 
 /// What every verb works with.
 struct Session {
-  Client client;
+  const Client& client;
   Output output;
 };
+
+/// Tells a failed request for a path, with the paths that may have been meant when it names
+/// nothing.
+Exit path_failure(const Session& session, const std::string& verb, const std::string& path,
+                  int code);
+
+/// The end of a verb that is one request about one path: a complaint when it failed, and with
+/// --json a document of `fields`, code and meaning.
+Exit finish(const Session& session, const std::string& verb, const std::string& path, int code,
+            Json fields = Json::object());
 
 }  // namespace gwconf::tool

@@ -1,17 +1,12 @@
 #include "tools/values.h"
 
-#include <optional>
 #include <string_view>
 
+#include "tools/live_tree.h"
 #include "tools/value_check.h"
 
 namespace gwconf::tool {
 namespace {
-
-struct Assignment {
-  std::string path;
-  std::string value;
-};
 
 /// PATH=VALUE for each argument, or one path and one value; nothing when it is neither.
 [[nodiscard]] std::optional<std::vector<Assignment>> assignments_of(
@@ -39,11 +34,27 @@ template <typename T>
   return code == GWCONF_OK;
 }
 
-/// What speaks against an assignment; nothing when it is good. `code` tells why no answer could be
-/// had, else it is GWCONF_OK.
-[[nodiscard]] std::optional<std::string> objection_to(const Client& client,
-                                                      const Assignment& assignment, int& code) {
-  const std::string& path = assignment.path;
+[[nodiscard]] Exit check(const Session& session, const std::vector<Assignment>& assignments) {
+  Exit exit = Exit::kDone;
+  for (const Assignment& assignment : assignments) {
+    int code = GWCONF_OK;
+    const std::optional<std::string> found =
+        objection_to(session.client, assignment.path, assignment.value, code);
+    if (code != GWCONF_OK) {
+      exit = worse(exit, path_failure(session, "set", assignment.path, code));
+      if (exit == Exit::kUnreachable) return exit;
+    } else if (found) {
+      session.output.complaint("set " + assignment.path, *found + " (--force sets it anyway)");
+      exit = worse(exit, Exit::kFindings);
+    }
+  }
+  return exit;
+}
+
+}  // namespace
+
+std::optional<std::string> objection_to(const Client& client, const std::string& path,
+                                        const std::string& value, int& code) {
   ValueRules rules;
   unsigned attributes = 0;
   if (!take(client.get_type(path), rules.type, code) ||
@@ -62,42 +73,36 @@ template <typename T>
   if (rules.type == GWCONF_TYPE_ENUMERATION &&
       !take(client.get_enumeration(path), rules.enumeration, code))
     return {};
-  return objection(rules, assignment.value);
+  return objection(rules, value);
 }
-
-[[nodiscard]] Exit check(const Session& session, const std::vector<Assignment>& assignments) {
-  Exit exit = Exit::kDone;
-  for (const Assignment& assignment : assignments) {
-    int code = GWCONF_OK;
-    const std::optional<std::string> found = objection_to(session.client, assignment, code);
-    if (code != GWCONF_OK) {
-      exit = worse(exit, session.output.failure("set " + assignment.path, code));
-      if (exit == Exit::kUnreachable) return exit;
-    } else if (found) {
-      session.output.complaint("set " + assignment.path, *found + " (--force sets it anyway)");
-      exit = worse(exit, Exit::kFindings);
-    }
-  }
-  return exit;
-}
-
-}  // namespace
 
 Exit get(const Session& session, const std::vector<std::string>& paths) {
   Exit exit = Exit::kDone;
   Json rows = Json::array();
-  for (const std::string& path : paths) {
-    const Result<std::string> result = session.client.get_value(path);
+  const bool is_bare = paths.size() == 1 && !is_pattern(paths[0]);
+  const auto add = [&](const std::string& path, const Result<std::string>& result) {
     Json row{{"path", path}};
     if (!result) {
-      exit = worse(exit, session.output.failure("get " + path, result.code));
+      exit = worse(exit, path_failure(session, "get", path, result.code));
       row.update(json_of(result.code));
     } else if (session.output.json()) {
       row["value"] = result.value;
     } else {
-      session.output.line(paths.size() == 1 ? result.value : path + "=" + result.value);
+      session.output.line(session.output.shown(is_bare ? result.value : path + "=" + result.value));
     }
     rows.push_back(std::move(row));
+  };
+  for (const std::string& path : paths) {
+    if (!is_pattern(path)) {
+      add(path, session.client.get_value(path));
+    } else if (const auto matches = expand(session.client, path)) {
+      for (const Match& match : matches.value) {
+        add(match.path, current_value(session.client, match.path, match.parameter));
+        if (exit == Exit::kUnreachable) break;
+      }
+    } else {
+      add(path, {matches.code, {}});
+    }
     if (exit == Exit::kUnreachable) break;
   }
   if (session.output.json()) session.output.document(rows);
@@ -118,7 +123,7 @@ Exit set(const Session& session, const std::vector<std::string>& arguments, bool
   for (const auto& [path, value] : *assignments) {
     const int code = session.client.set_value(path, value);
     if (code != GWCONF_OK && code != GWCONF_UNCHANGED)
-      exit = worse(exit, session.output.failure("set " + path, code));
+      exit = worse(exit, path_failure(session, "set", path, code));
     Json row{{"path", path}};
     row.update(json_of(code));
     rows.push_back(std::move(row));

@@ -15,7 +15,8 @@ struct Root {
     char folder[] = "/tmp/gwconf-test.XXXXXX";
     if (!mkdtemp(folder)) throw std::runtime_error("no folder for the test");
     name = folder;
-    std::filesystem::create_directories(name + "/proc");  // the kernel's files are the test's own too
+    std::filesystem::create_directories(name +
+                                        "/proc");  // the kernel's files are the test's own too
     setenv("GWCONF_SANDBOX", folder, 1);
   }
   ~Root() {

@@ -66,6 +66,9 @@ FakeDaemon::Script serving(Entries& entries) {
       const bool unchanged = found->second.value == value;
       found->second.value = value;
       peer.answer(unchanged ? "1" : "0");
+    } else if (command == "31") {
+      peer.answer("");
+      peer.answer("2");
     } else {
       peer.answer(found == entries.end() ? "" : answer_to(command, found->second));
       peer.answer(found == entries.end() ? "2" : "0");

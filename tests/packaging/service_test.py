@@ -1,0 +1,51 @@
+"""The systemd unit, as far as it can be looked at without systemd running."""
+
+import re
+import shutil
+import tempfile
+import unittest
+from pathlib import Path
+
+from support import BUILD, run
+
+UNIT = BUILD / "packaging/gwconfd.service"
+
+
+def settings():
+    return [line for line in UNIT.read_text().splitlines() if line and not line.startswith("#")]
+
+
+class Service(unittest.TestCase):
+    def test_what_others_rely_on(self):
+        lines = settings()
+        for line in [
+            "SuccessExitStatus=1",
+            "Restart=on-failure",
+            "Group=gwconf",
+            "NoNewPrivileges=yes",
+            "DeviceAllow=char-mtd rw",
+            "ReadWritePaths=/tmp",
+            "WantedBy=multi-user.target",
+        ]:
+            self.assertIn(line, lines)
+        # Neither the socket nor listeners' files would be where everybody looks for them.
+        self.assertNotIn("PrivateTmp=yes", lines)
+
+    @unittest.skipUnless(shutil.which("systemd-analyze"), "no systemd-analyze")
+    def test_verify(self):
+        with tempfile.TemporaryDirectory() as folder:
+            unit = Path(folder) / "gwconfd.service"
+            text, count = re.subn("(?m)^ExecStart=.*", f"ExecStart={BUILD}/gwconfd", UNIT.read_text())
+            self.assertEqual(count, 1)
+            unit.write_text(text)
+            ran = run("systemd-analyze", "verify", "--man=no", unit)
+            self.assertEqual((ran.returncode, ran.stderr), (0, ""))
+
+    @unittest.skipUnless(shutil.which("systemd-analyze"), "no systemd-analyze")
+    def test_exposure(self):
+        ran = run("systemd-analyze", "security", "--offline=true", "--threshold=25", "--no-pager", UNIT)
+        self.assertEqual(ran.returncode, 0, ran.stdout + ran.stderr)
+
+
+if __name__ == "__main__":
+    unittest.main()

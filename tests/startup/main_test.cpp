@@ -1,0 +1,190 @@
+// The daemon as a process: its arguments, its exit status, what it says, and the signals that end
+// it.
+
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <filesystem>
+#include <string>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <thread>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "core/paths.h"
+#include "gwconf/client.hpp"
+#include "storage/settings_block.h"
+#include "tests/startup/daemon_process.h"
+#include "tests/support/sandbox.h"
+
+namespace gwconf {
+namespace {
+
+using test::DaemonProcess;
+using test::file_exists;
+using test::write_file;
+
+std::string defaults_with(const std::string& name) {
+  return "<OBJECT name=\"InternetGatewayDevice.\"><PARAMETER name=\"Name\" type=\"string\" "
+         "value=\"" +
+         name + "\" writable=\"1\"/></OBJECT>";
+}
+
+class Daemon : public testing::Test {
+ protected:
+  void SetUp() override {
+    test::clear_sandbox();
+    write_file(paths().defaults, defaults_with("default"));
+  }
+
+  static void store(const char* partition, const std::string& text) {
+    ASSERT_EQ(CM_UTL_SetMTDBlockSettings(partition, text.c_str()), CM_OK);
+  }
+
+  /// The value of the one parameter, or the code.
+  [[nodiscard]] std::string name() const {
+    const auto answer = client.get_value(kName);
+    return answer ? answer.value : std::to_string(answer.code);
+  }
+
+  static constexpr const char* kName = "InternetGatewayDevice.Name";
+  const Client client{paths().socket};
+  const std::string file = test::sandbox_root() + "/tmp/configuration.xml";
+  const std::string defaults_told =
+      "[main]read config " + std::string{paths().defaults} + " success\n";
+};
+
+class DaemonSignals : public Daemon, public testing::WithParamInterface<int> {};
+
+TEST_P(DaemonSignals, RemoveTheSocketEndWithOneAndSaveNothing) {
+  DaemonProcess daemon;
+  ASSERT_TRUE(daemon.serves());
+  ASSERT_TRUE(file_exists(paths().socket));
+  EXPECT_EQ(client.set_value(kName, "changed"), 0);
+  EXPECT_EQ(name(), "changed");
+  daemon.send(GetParam());
+  EXPECT_EQ(daemon.wait(), 1);
+  EXPECT_FALSE(file_exists(paths().socket));
+  EXPECT_FALSE(file_exists(paths().primary_partition));
+  EXPECT_FALSE(file_exists(paths().backup_partition));
+  // What was said is there, though nothing was flushed at the end.
+  EXPECT_EQ(DaemonProcess::said(), defaults_told + "Fail to decompress default settings\n");
+
+  DaemonProcess next;
+  ASSERT_TRUE(next.serves());
+  EXPECT_EQ(name(), "default");
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, DaemonSignals, testing::Values(SIGTERM, SIGHUP, SIGINT, SIGQUIT));
+
+TEST_F(Daemon, EndsInTheMiddleOfARequest) {
+  DaemonProcess daemon;
+  ASSERT_TRUE(daemon.serves());
+  // A client that sends nothing is waited for.
+  const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  std::snprintf(address.sun_path, sizeof address.sun_path, "%s", paths().socket);
+  ASSERT_EQ(connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+  std::this_thread::sleep_for(std::chrono::milliseconds{50});
+  daemon.send(SIGTERM);
+  EXPECT_EQ(daemon.wait(), 1);
+  EXPECT_FALSE(file_exists(paths().socket));
+  close(fd);
+}
+
+TEST_F(Daemon, SaysThatTheSavedSettingsWereRead) {
+  store(paths().backup_partition, defaults_with("saved"));
+  DaemonProcess daemon;
+  ASSERT_TRUE(daemon.serves());
+  EXPECT_EQ(name(), "saved");
+  EXPECT_EQ(DaemonProcess::said(), defaults_told + "[CM_XML2RAM]xml file<" +
+                                       paths().primary_partition + "> to RAM ret=0\n");
+}
+
+TEST_F(Daemon, AFileAsItsArgumentIsTheWholeConfiguration) {
+  store(paths().primary_partition, defaults_with("saved"));
+  write_file(file, defaults_with("file"));
+  DaemonProcess daemon{{file}};
+  ASSERT_TRUE(daemon.serves());
+  EXPECT_EQ(name(), "file");
+  EXPECT_EQ(DaemonProcess::said(), "");
+}
+
+TEST_F(Daemon, OnlyTheFirstArgumentCounts) {
+  write_file(file, defaults_with("file"));
+  DaemonProcess daemon{{file, "/none"}};
+  ASSERT_TRUE(daemon.serves());
+  EXPECT_EQ(name(), "file");
+}
+
+TEST_F(Daemon, AnEmptyPrimaryPartitionAsItsArgumentIsNone) {
+  store(paths().backup_partition, defaults_with("saved"));
+  DaemonProcess daemon{{paths().primary_partition}};
+  ASSERT_TRUE(daemon.serves());
+  EXPECT_EQ(name(), "saved");
+  EXPECT_EQ(DaemonProcess::said(), defaults_told + "[CM_XML2RAM]xml file<" +
+                                       paths().primary_partition + "> to RAM ret=0\n");
+}
+
+TEST_F(Daemon, ABrokenFileAsItsArgumentEndsIt) {
+  write_file(file, "<OBJECT name=\"InternetGatewayDevice.\">");
+  DaemonProcess daemon{{file}};
+  EXPECT_EQ(daemon.wait(), 156);
+  EXPECT_EQ(DaemonProcess::said(), "");
+  EXPECT_FALSE(file_exists(paths().socket));
+}
+
+TEST_F(Daemon, AMissingFileAsItsArgumentEndsIt) {
+  DaemonProcess daemon{{file}};
+  EXPECT_EQ(daemon.wait(), 156);
+  EXPECT_EQ(DaemonProcess::said(), "[FUNC]call_xml_file_parser [LINE]104\n");
+}
+
+TEST_F(Daemon, MissingDefaultsEndIt) {
+  std::remove(paths().defaults);
+  DaemonProcess daemon;
+  EXPECT_EQ(daemon.wait(), 156);
+  EXPECT_EQ(DaemonProcess::said(), "[FUNC]call_xml_file_parser [LINE]104\n");
+  EXPECT_FALSE(file_exists(paths().socket));
+}
+
+TEST_F(Daemon, WithoutItsSocketItEndsWithZero) {
+  write_file(std::string{paths().socket} + "/file", "");  // a folder in the way
+  DaemonProcess daemon;
+  EXPECT_EQ(daemon.wait(), 0);
+  EXPECT_EQ(DaemonProcess::said(), defaults_told + "Fail to decompress default settings\n");
+}
+
+TEST_F(Daemon, ServesWithoutStandardDescriptors) {
+  DaemonProcess daemon{{}, DaemonProcess::Descriptors::kClosed};
+  ASSERT_TRUE(daemon.serves());
+  EXPECT_EQ(name(), "default");
+  EXPECT_EQ(client.set_value(kName, "changed"), 0);
+  EXPECT_EQ(name(), "changed");
+  for (const char* fd : {"0", "1", "2"}) {
+    const std::string link = "/proc/" + std::to_string(daemon.id()) + "/fd/" + fd;
+    EXPECT_EQ(std::filesystem::read_symlink(link), "/dev/null") << fd;
+  }
+  daemon.send(SIGTERM);
+  EXPECT_EQ(daemon.wait(), 1);
+}
+
+TEST_F(Daemon, AStaleSocketDoesNotKeepItFromServing) {
+  {
+    DaemonProcess daemon;
+    ASSERT_TRUE(daemon.serves());
+    daemon.send(SIGKILL);
+    EXPECT_EQ(daemon.wait(), DaemonProcess::kKilled);
+  }
+  ASSERT_TRUE(file_exists(paths().socket));
+  EXPECT_EQ(client.get_value(kName).code, GWCONF_E_CONNECT);
+  DaemonProcess daemon;
+  ASSERT_TRUE(daemon.serves());
+  EXPECT_EQ(name(), "default");
+}
+
+}  // namespace
+}  // namespace gwconf

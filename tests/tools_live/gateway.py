@@ -1,0 +1,122 @@
+"""A daemon over a folder of its own, and gwctl talking to it."""
+
+import json
+import os
+import shutil
+import subprocess
+import tempfile
+import time
+import unittest
+
+GWCTL = os.environ["GWCTL"]
+DAEMON = os.environ["GWCONFD"]
+MODEL = os.environ["GWCONF_MODEL"]
+
+ROOT = "InternetGatewayDevice."
+TIME = ROOT + "Time."
+NTP = TIME + "NTPServer1"
+FORWARDING = ROOT + "Layer3Forwarding.Forwarding."
+
+
+class Gateway:
+    """The sandbox folder and its daemon."""
+
+    def __init__(self):
+        self.folder = tempfile.mkdtemp(prefix="gwctl-live.")
+        for name in ("etc", "dev", "tmp"):
+            os.mkdir(os.path.join(self.folder, name))
+        shutil.copy(MODEL, self.path("etc/default.xml"))
+        for name in ("dev/mtd9", "dev/mtd10"):
+            open(self.path(name), "w").close()
+        self.socket = self.path("tmp/Vantrel_cm_socket")
+        self.environment = dict(
+            os.environ,
+            GWCONF_SANDBOX=self.folder,
+            GWCONF_SOCKET=self.socket,
+            XDG_RUNTIME_DIR=self.folder,
+            GWCTL_HISTORY=self.path("history"),
+            TERM="dumb",
+        )
+        self.daemon = None
+
+    def path(self, name):
+        return os.path.join(self.folder, name)
+
+    def start(self):
+        self.daemon = subprocess.Popen(
+            [DAEMON],
+            env=self.environment,
+            stdout=subprocess.DEVNULL,
+            stderr=subprocess.DEVNULL,
+        )
+        for _ in range(200):
+            if self.run("get", ROOT + "DeviceSummary").returncode == 0:
+                return
+            time.sleep(0.05)
+        raise RuntimeError("the daemon does not answer")
+
+    def stop(self):
+        if self.daemon:
+            self.daemon.terminate()
+            self.daemon.wait()
+            self.daemon = None
+
+    def close(self):
+        self.stop()
+        shutil.rmtree(self.folder)
+
+    def run(self, *arguments, **options):
+        options.setdefault("stdin", subprocess.DEVNULL) if "input" not in options else None
+        options.setdefault("env", self.environment)
+        return subprocess.run(
+            [GWCTL, *arguments],
+            capture_output=True,
+            encoding="utf-8",
+            errors="surrogateescape",
+            timeout=60,
+            **options,
+        )
+
+    def popen(self, *arguments, **options):
+        options.setdefault("env", self.environment)
+        return subprocess.Popen([GWCTL, *arguments], **options)
+
+    def get(self, path):
+        return self.run("get", path).stdout[:-1]
+
+    def instances(self, table):
+        return [int(n) for n in self.run("raw", "17", table).stdout.strip().split(",") if n]
+
+    def word(self, path):
+        return int(self.run("raw", "4", path).stdout)
+
+
+class LiveTest(unittest.TestCase):
+    """Every test has a fresh daemon."""
+
+    def setUp(self):
+        self.gateway = Gateway()
+        self.addCleanup(self.gateway.close)
+        self.gateway.start()
+
+    def run_tool(self, *arguments, status=0, **options):
+        ran = self.gateway.run(*arguments, **options)
+        self.assertEqual(ran.returncode, status, ran.stdout + ran.stderr)
+        return ran
+
+    def out(self, *arguments, **options):
+        return self.run_tool(*arguments, **options).stdout
+
+    def err(self, status, *arguments, **options):
+        return self.run_tool(*arguments, status=status, **options).stderr
+
+    def json(self, *arguments, status=0):
+        return json.loads(self.run_tool("--json", *arguments, status=status).stdout)
+
+    def wait_for(self, condition, seconds=20):
+        end = time.monotonic() + seconds
+        while time.monotonic() < end:
+            if condition():
+                return
+            time.sleep(0.05)
+        self.fail("it does not happen")

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "tools/offline/check_tree.h"
+#include "tools/offline/facts.h"
+
+namespace gwconf::tool {
+
+/// The rules about departures from the standard, each told once for all rows of a table. The tree
+/// is the live one.
+void check_standard(const LoadedTree& tree, const Facts& facts, const Places& places,
+                    Findings& findings);
+
+}  // namespace gwconf::tool

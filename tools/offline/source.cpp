@@ -1,0 +1,91 @@
+#include "tools/offline/source.h"
+
+#include "storage/big_endian.h"
+#include "storage/settings_block.h"
+#include "tools/offline/block_image.h"
+#include "tools/offline/facts.h"
+#include "tools/offline/failure.h"
+#include "tools/offline/files.h"
+#include "tools/offline/outline.h"
+#include "tools/offline/text.h"
+#include "xml/vocabulary.h"
+
+namespace gwconf::tool {
+namespace {
+
+constexpr std::string_view kLive = "live";
+constexpr std::string_view kLiveAt = "live:";
+
+[[nodiscard]] std::string objection_of(const LoadedTree& tree, std::string_view text) {
+  if (tree.state() != LoadedTree::State::kRefused) return {};
+  const Scan items = scan(text);
+  const Verdict verdict = verdict_of(items, outline_of(items));
+  if (verdict.loads) return in_quotes(tree.diagnostics());
+  const Position position = Lines{text}.position(verdict.reason.at);
+  return "line " + std::to_string(position.line) + ", column " + std::to_string(position.column) +
+         ": " + verdict.reason.message + " [" + std::string{row_of(verdict.reason.rule).id} + ']';
+}
+
+/// Exports write values as they are stored; the loader would take a backslash in them for an
+/// escape.
+[[nodiscard]] std::string with_backslashes_kept(std::string_view text) {
+  std::string result;
+  result.reserve(text.size());
+  for (const char c : text)
+    result.append(c == '\\' ? 2 : 1, c);
+  return result;
+}
+
+[[nodiscard]] Source load_live(const Session& session, const std::string& argument) {
+  const bool is_named = argument != kLive;
+  const Client named{is_named ? argument.substr(kLiveAt.size()).c_str() : nullptr};
+  const Client& client = is_named ? named : session.client;
+  // Made first: a failure is told with the system's reason, which little may come between.
+  const Output output{session.output.json(),
+                      client.code() == GWCONF_OK ? client.socket_path() : argument};
+  const Result<std::string> result = client.export_node(std::string{kRootSegment});
+  if (result.code != GWCONF_OK)
+    throw Failure{output.failure("diff " + argument, result.code), gwconf_strerror(result.code),
+                  true};
+  return {load_tree(argument, with_backslashes_kept(result.value)), true};
+}
+
+}  // namespace
+
+std::string loading_objection(std::string_view text) {
+  return objection_of(LoadedTree{text}, text);
+}
+
+LoadedTree load_tree(const std::string& name, std::string_view text) {
+  LoadedTree tree{text};
+  const std::string objection = objection_of(tree, text);
+  if (!objection.empty()) throw refused(name, "the daemon does not load it: " + objection);
+  return tree;
+}
+
+std::string load_text(const std::string& file) {
+  constexpr auto kMost = static_cast<std::size_t>(kDocumentMax);
+  FileContent content = read_file(file, kMost + 1);
+  const bool is_block =
+      content.bytes.size() >= 4 && load_be32(content.bytes.data()) == block::kMagic;
+  if (is_block) {
+    const BlockImage image{file};
+    if (!image.is_intact())
+      throw refused(file, std::string{"no valid block: "} + image.failure()->name + ": " +
+                              image.failure()->finding);
+    return image.text();
+  }
+  if (content.size > kMost)
+    throw refused(file, "has " + std::to_string(content.size) +
+                            " bytes; the daemon reads no more than 2097152");
+  if (content.bytes.find('\0') != std::string::npos)
+    throw refused(file, "is neither XML nor a settings block: it holds a NUL byte");
+  return std::move(content.bytes);
+}
+
+Source load_source(const Session& session, const std::string& argument) {
+  if (argument == kLive || argument.starts_with(kLiveAt)) return load_live(session, argument);
+  return {load_tree(argument, load_text(argument)), false};
+}
+
+}  // namespace gwconf::tool
