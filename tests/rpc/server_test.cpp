@@ -439,13 +439,20 @@ double processor_seconds(pid_t pid) {
 TEST_F(Server, WithoutAnyDescriptorItWaitsInPeaceUntilThereIsOne) {
   ServerProcess server;
   limit_descriptors(server.pid(), first_free(server.pid()));
-  const Client client;
-  client.send_request({"2", kSummary});
+  // A server that waits for a client already holds the descriptor for it: the next client is the
+  // one that finds none.
+  auto client = std::make_unique<Client>();
+  client->send_request({"2", kSummary});
+  const bool held_one = client->hears_within(500);
+  if (held_one) {
+    client = std::make_unique<Client>();
+    client->send_request({"2", kSummary});
+  }
   const double before = processor_seconds(server.pid());
-  EXPECT_FALSE(client.hears_within(1000));
+  EXPECT_FALSE(client->hears_within(1000));
   EXPECT_LT(processor_seconds(server.pid()) - before, 0.2);
   limit_descriptors(server.pid(), 1024);
-  EXPECT_EQ(client.answers(), (Texts{"gateway", "0"}));
+  EXPECT_EQ(client->answers(), (Texts{"gateway", "0"}));
 }
 
 TEST_F(Server, WithoutADescriptorForItsTemporaryFileAnExportFailsAlone) {
