@@ -20,7 +20,6 @@ class RenderTest(FolderTest):
 
     def test_to_standard_output(self):
         self.assertEqual(gwctl("model", PROFILE).out, RENDERED)
-        self.assertEqual(gwctl("model", PROFILE, "-o", "/dev/stdout").out, RENDERED)
 
     def test_as_json(self):
         document = gwctl("model", "--json", PROFILE).json

@@ -43,7 +43,8 @@ class NewFile {
   bool kept_ = false;
 };
 
-/// Writes a whole file, or a device such as /dev/stdout as it is. Throws Failure (kWrongUse).
+/// Writes a whole file; a device, such as a terminal, is written as it is. Throws Failure
+/// (kWrongUse).
 void write_file(const std::string& path, std::string_view content, Privacy privacy);
 
 /// Writes to standard output. Throws Failure (kWrongUse) when it is full or closed.
