@@ -32,7 +32,6 @@ Status CM_RPC_RPOCESS_SetParameterAttributes(int fd, char* buf) {
   if (const Status status = find_target(buf, &target)) return status;
   if (!read_argument(fd, buf)) return CM_UNREADABLE;
   const BitChange change = scan_bit_change(buf);
-  if (change.bit < 0) return CM_OK;
   std::uint16_t* word = target.attributes();
   *word = CM_UTL_SetAttrBoolean(*word, static_cast<unsigned>(change.bit),
                                 static_cast<unsigned>(change.value));

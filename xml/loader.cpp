@@ -92,8 +92,8 @@ class Loader {
 
   Node* root_ = nullptr;
   Node* cursor_ = nullptr;
-  Parameter* last_param_ =
-      nullptr;  ///< of the cursor, so that a long list is not walked for each addition
+  /// Of the cursor, so that a long list is not walked for each addition.
+  Parameter* last_param_ = nullptr;
   std::size_t path_length_ = 0;  ///< of the cursor
   bool sibling_mode_ = true;     ///< the cursor is closed: a new object becomes its sibling
   bool parameter_open_ = false;

@@ -37,6 +37,8 @@ TOOL_FILES = {
     "share/gwconf/home-gateway.profile",
     "share/gwconf/home-gateway.xml",
     "share/gwconf/tr098_facts.csv",
+    "share/gwconf/two-port.profile",
+    "share/gwconf/two-port.xml",
     "share/man/man1/gwctl.1",
 }
 

@@ -2,10 +2,12 @@
 
 #include <array>
 #include <bit>
+#include <chrono>
 #include <filesystem>
 #include <ostream>
 #include <set>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -486,9 +488,9 @@ TEST_F(Commands, ASetCutAfterEachByte) {
   };
   // Where the lowest byte of a length comes first, the part that came is a length by itself.
   if (std::endian::native == std::endian::little) {
-    for (const std::size_t k : {7, 8, 9})
+    for (const std::size_t k : {7U, 8U, 9U})
       cuts[k] = {k, 2, "old"};
-    for (const std::size_t k : {15, 16, 17})
+    for (const std::size_t k : {15U, 16U, 17U})
       cuts[k] = {k, 0, "A.B"};
   }
   ASSERT_EQ(cuts.size(), whole.size() + 1);
@@ -503,14 +505,24 @@ TEST_F(Commands, ASetCutAfterEachByte) {
 // --- Clients that stay silent: what really waits, side by side ---
 
 TEST_F(Commands, AMessageThatDoesNotComeCountsAsReadAfterFiveSeconds) {
-  const auto silent_after = [](const std::vector<std::string>& texts) {
-    return [texts] {
-      Connection connection;
+  const auto silent_after = [](const std::vector<std::string>& texts,
+                               const std::vector<std::string>& late = {}) {
+    return [texts, late] {
+      const Connection connection;
       connection.send(messages(texts));
+      std::thread client{[&] {
+        if (late.empty()) return;
+        std::this_thread::sleep_for(std::chrono::seconds{7});
+        connection.send(messages(late));
+      }};
       const Status result = CM_RPC_RPOCESS(connection.server());
-      return std::to_string(result) + " " + test::value_at(kSummary) + " " +
-             test::children_of(kHost) +
-             (notify_reg ? " " + std::to_string(notify_reg->signal) : "");
+      client.join();
+      std::string text =
+          std::to_string(result) + " " + test::value_at(kSummary) + " " + test::children_of(kHost);
+      if (notify_reg)
+        text += " " + std::to_string(notify_reg->process) + " " +
+                std::to_string(notify_reg->signal) + " " + notify_reg->file.c_str();
+      return text;
     };
   };
   // No command is command 0, whose path does not come either: ten seconds.
@@ -521,10 +533,13 @@ TEST_F(Commands, AMessageThatDoesNotComeCountsAsReadAfterFiveSeconds) {
   test::Detached number{silent_after({"10", kHost})};
   // and the signal is the process id, as is the name of the file.
   test::Detached signal{silent_after({"33", "77"})};
+  // The process id is not the number of the command.
+  test::Detached process{silent_after({"33"}, {"10", "changes"})};
   EXPECT_EQ(nothing.text(), "2 gateway 0. 1. 3.");
   EXPECT_EQ(value.text(), "0 InternetGatewayDevice.Summary 0. 1. 3.");
   EXPECT_EQ(number.text(), "-100 gateway 0. 1. 3.");
-  EXPECT_EQ(signal.text(), "0 gateway 0. 1. 3. 77");
+  EXPECT_EQ(signal.text(), "0 gateway 0. 1. 3. 77 77 77");
+  EXPECT_EQ(process.text(), "-100 gateway 0. 1. 3. 0 10 changes");
 }
 
 }  // namespace

@@ -89,7 +89,7 @@ std::string unreadable() {
 // --- The start ---
 
 TEST_F(Server, TheSocketIsForItsOwnerAndGroup) {
-  for (const mode_t mask : {0, 022, 077, 0777}) {
+  for (const mode_t mask : {0U, 022U, 077U, 0777U}) {
     ServerProcess server{[mask] { umask(mask); }};
     struct stat file {};
     ASSERT_EQ(stat(socket_path.c_str(), &file), 0);
@@ -349,7 +349,7 @@ TEST_F(Server, AParkedConnectionIsClosedWhenItsPeerClosesIt) {
   }
   EXPECT_TRUE(eventually([&] { return open_descriptors(server.pid()) == before + 10; }));
   // In any order, and without another request to wake the service.
-  for (const std::size_t gone : {3, 0, 9, 4}) {
+  for (const std::size_t gone : {3U, 0U, 9U, 4U}) {
     clients[gone].reset();
     EXPECT_TRUE(eventually([&] {
       std::size_t open = 0;

@@ -14,7 +14,7 @@ namespace {
 TEST(FirstBlock, CarriesZeroBeforeAnyBlockWasRead) {
   const char* primary = paths().primary_partition;
   test::write_file(primary,
-                   std::string{"\x00\x12\x31\x23 no block at all, with a word in its place", 48});
+                   std::string{"\x00\x12\x31\x23", 4} + "no block at all, but a word in its place");
   EXPECT_FALSE(CM_UTL_GetMTDBlockSettings(primary));
   ASSERT_EQ(CM_UTL_SetMTDBlockSettings(primary, "text"), CM_OK);
   EXPECT_EQ(test::flash().writes.at(0).bytes.substr(16, 4), std::string(4, '\0'));

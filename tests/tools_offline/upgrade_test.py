@@ -364,6 +364,19 @@ class OldDefaultsTest(UpgradeTest):
             ],
         )
 
+    def test_a_row_of_the_user_s_meets_a_new_default_row(self):
+        saved = document(obj("Host.", host(2, "mine")))
+        old, new = document(hosts(host(1))), document(hosts(host(1), host(2, "theirs")))
+        self.assert_outcome(
+            self.upgrade(saved, new, old=old),
+            [
+                f"overlaid {ROOT}Host.2. (the user added it, and it is a default row from now"
+                " on: its values are mixed)",
+                f'kept     {ROOT}Host.2.Name = "mine"',
+                "1 kept, 1 overlaid",
+            ],
+        )
+
     def test_nothing_changes(self):
         text = document(parameter("A"), hosts(host(1), host(2)), EMPTY_RECORDS)
         saved = document(

@@ -19,15 +19,16 @@ namespace gwconf::tool {
 namespace {
 
 enum class Fate {
-  kKept,     ///< a saved value
-  kCreated,  ///< a saved row that the defaults lack
-  kDeleted,  ///< a default row that the user deleted
-  kDropped,  ///< a saved value or row without a place
-  kInvalid,  ///< a saved value that its new type does not allow
-  kHidden,   ///< a saved value in front of which a measurement stands now
-  kDefault,  ///< a value that nobody set, and whose default changes
-  kGone,     ///< what nobody set and the new defaults lack
-  kNew,      ///< what the old defaults lack
+  kKept,      ///< a saved value
+  kCreated,   ///< a saved row that the defaults lack
+  kOverlaid,  ///< a row that the user added, and whose number is that of a default row now
+  kDeleted,   ///< a default row that the user deleted
+  kDropped,   ///< a saved value or row without a place
+  kInvalid,   ///< a saved value that its new type does not allow
+  kHidden,    ///< a saved value in front of which a measurement stands now
+  kDefault,   ///< a value that nobody set, and whose default changes
+  kGone,      ///< what nobody set and the new defaults lack
+  kNew,       ///< what the old defaults lack
 };
 
 struct FateRow {
@@ -35,15 +36,16 @@ struct FateRow {
   bool is_loss;
 };
 
-constexpr std::array<FateRow, 9> kFates{{{"kept", false},
-                                         {"created", false},
-                                         {"deleted", false},
-                                         {"dropped", true},
-                                         {"invalid", true},
-                                         {"hidden", true},
-                                         {"default", false},
-                                         {"gone", false},
-                                         {"new", false}}};
+constexpr std::array<FateRow, 10> kFates{{{"kept", false},
+                                          {"created", false},
+                                          {"overlaid", false},
+                                          {"deleted", false},
+                                          {"dropped", true},
+                                          {"invalid", true},
+                                          {"hidden", true},
+                                          {"default", false},
+                                          {"gone", false},
+                                          {"new", false}}};
 
 [[nodiscard]] const FateRow& row_of(Fate fate) {
   return kFates[static_cast<std::size_t>(fate)];
@@ -122,12 +124,14 @@ class Start {
 
 class Upgrade {
  public:
-  Upgrade(const LoadedTree& saved, Start& next) : saved_{saved}, next_{next} {}
+  /// `old`, the start of the present firmware, may be none.
+  Upgrade(const LoadedTree& saved, Start& next, Start* old)
+      : saved_{saved}, next_{next}, old_{old} {}
 
-  void run(Start* old) {
+  void run() {
     if (saved_.state() == LoadedTree::State::kLoaded) judge_saved();
     judge_deleted();
-    if (old) judge_unset(*old);
+    if (old_) judge_unset(*old_);
   }
 
   [[nodiscard]] const std::vector<Outcome>& outcomes() const { return outcomes_; }
@@ -159,6 +163,9 @@ class Upgrade {
       add(Fate::kCreated, path, {}, {}, {});
     else if (!running && !is_default)
       add(Fate::kDropped, path, {}, {}, why_absent(path));
+    else if (running && old_ && !old_->pristine_object(path))
+      add(Fate::kOverlaid, path, {}, {},
+          "the user added it, and it is a default row from now on: its values are mixed");
   }
 
   void judge_value(const Parameter& param, const std::string& holder, Node* running) {
@@ -290,6 +297,7 @@ class Upgrade {
 
   const LoadedTree& saved_;
   Start& next_;
+  Start* old_;
   std::vector<Outcome> outcomes_;
 };
 
@@ -337,8 +345,8 @@ Exit upgrade(const Session& session, const std::string& settings, const std::str
   Start next{new_defaults, load_text(new_defaults), saved};
   std::optional<Start> old;
   if (!old_defaults.empty()) old.emplace(old_defaults, load_text(old_defaults), saved);
-  Upgrade upgrade{saved, next};
-  upgrade.run(old ? &*old : nullptr);
+  Upgrade upgrade{saved, next, old ? &*old : nullptr};
+  upgrade.run();
 
   const std::vector<Outcome>& outcomes = upgrade.outcomes();
   const bool loses = std::any_of(outcomes.begin(), outcomes.end(), [](const Outcome& outcome) {
