@@ -4,7 +4,6 @@
 #include <chrono>
 #include <csignal>
 #include <cstring>
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <filesystem>
 #include <functional>
@@ -37,13 +36,16 @@ bool listen_fails = false;
 
 }  // namespace
 
-/// Stands in for the C library's.
-extern "C" int listen(int fd, int backlog) noexcept {
-  if (listen_fails) return -1;
-  using Listen = int (*)(int, int);
-  static const auto kListen = reinterpret_cast<Listen>(dlsym(RTLD_NEXT, "listen"));
-  return kListen(fd, backlog);
+extern "C" {
+
+int __real_listen(int fd, int backlog);
+
+/// Stands in for the C library's, by the linker.
+int __wrap_listen(int fd, int backlog) {
+  return listen_fails ? -1 : __real_listen(fd, backlog);
 }
+
+}  // extern "C"
 
 namespace gwconf {
 namespace {

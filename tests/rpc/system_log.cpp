@@ -28,10 +28,11 @@ void take_line(int priority, const char* format, std::va_list arguments) {
 }  // namespace
 }  // namespace gwconf::test
 
-// They stand in for the C library's. A build with fortified calls reaches the log by another name.
+// They stand in for the C library's, by the linker. A build with fortified calls reaches the log by
+// another name.
 extern "C" {
 
-void openlog(const char* identity, int options, int facility) {
+void __wrap_openlog(const char* identity, int options, int facility) {
   gwconf::test::SystemLog& log = gwconf::test::system_log();
   ++log.times_opened;
   log.identity = identity;
@@ -40,14 +41,14 @@ void openlog(const char* identity, int options, int facility) {
   if (log.on_open) log.on_open();
 }
 
-void syslog(int priority, const char* format, ...) {
+void __wrap_syslog(int priority, const char* format, ...) {
   std::va_list arguments;
   va_start(arguments, format);
   gwconf::test::take_line(priority, format, arguments);
   va_end(arguments);
 }
 
-void __syslog_chk(int priority, int /*flag*/, const char* format, ...) {
+void __wrap___syslog_chk(int priority, int /*flag*/, const char* format, ...) {
   std::va_list arguments;
   va_start(arguments, format);
   gwconf::test::take_line(priority, format, arguments);

@@ -3,10 +3,12 @@
 import os
 import random
 import struct
+import subprocess
 import unittest
 import zlib
 
 from tool import (
+    GWCTL,
     MAGIC,
     SOURCES,
     FolderTest,
@@ -132,6 +134,16 @@ class BlockTest(FolderTest):
         self.assertEqual(output.read_text(), TEXT)
         self.assertEqual(output.stat().st_mode & 0o777, 0o600)
         self.assertEqual(sorted(p.name for p in self.folder.iterdir()), ["good.bin", "out.xml"])
+
+    def test_unpack_to_a_full_device(self):
+        with open("/dev/full", "w") as full:
+            ran = subprocess.run(
+                [GWCTL, "block", "unpack", self.good], stdout=full, stderr=subprocess.PIPE
+            )
+        self.assertEqual(ran.returncode, 2)
+        self.assertEqual(
+            ran.stderr, b"gwctl: standard output: cannot be written\n"
+        )
 
     def test_unpack_as_json(self):
         row = gwctl("block", "unpack", self.good, "--json").json

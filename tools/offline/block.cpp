@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdio>
+#include <iostream>
 
 #include "storage/settings_block.h"
 #include "tools/offline/block_image.h"
@@ -142,7 +143,7 @@ Exit block_unpack(const Session& session, const std::string& file, const std::st
       document["output"] = output;
     session.output.document(document);
   } else if (output.empty()) {
-    write_output(image.text());
+    std::cout << image.text();
   }
   return Exit::kDone;
 }

@@ -198,9 +198,11 @@ class ElementCheck {
     std::set<std::string_view> seen;
     for (const ScannedAttribute& attribute : item_.attributes) {
       const std::string_view name = attribute.name;
+      const bool adds_up = name == kAttrWritable || name == kAttrNotification;
       if (!seen.insert(name).second)
         note(Rule::kAttributeTwice, name,
-             in_quotes(name, 60) + " is given twice; the last one counts");
+             in_quotes(name, 60) + " is given twice; " +
+                 (adds_up ? "both count" : "the last one counts"));
       check_known(name);
       if (name == kAttrWritable && !is_one_of(attribute.value, {"0", "1", "false", "true"}))
         note(Rule::kWritable, attribute.raw,

@@ -5,7 +5,6 @@
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
-#include <iostream>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -103,11 +102,6 @@ void write_file(const std::string& path, std::string_view content, Privacy priva
     write_all(stream.get(), path, content);
   }
   file.keep();
-}
-
-void write_output(std::string_view content) {
-  std::cout.write(content.data(), static_cast<std::streamsize>(content.size())).flush();
-  if (!std::cout) throw wrong_file("standard output", "cannot be written");
 }
 
 }  // namespace gwconf::tool

@@ -47,7 +47,4 @@ class NewFile {
 /// (kWrongUse).
 void write_file(const std::string& path, std::string_view content, Privacy privacy);
 
-/// Writes to standard output. Throws Failure (kWrongUse) when it is full or closed.
-void write_output(std::string_view content);
-
 }  // namespace gwconf::tool

@@ -1,6 +1,7 @@
 #include "tools/offline/model.h"
 
 #include <filesystem>
+#include <iostream>
 #include <optional>
 
 #include "core/number.h"
@@ -131,7 +132,7 @@ Exit model(const Session& session, const std::string& profile_file, const std::s
   } else if (session.output.json()) {
     session.output.document({{"profile", profile_file}, {"xml", text}, {"bytes", text.size()}});
   } else {
-    write_output(text);
+    std::cout << text;
   }
   return Exit::kDone;
 }
