@@ -9,18 +9,26 @@ mkdir -p build
 passed=0
 failed=0
 
+# The first number that an attribute of a test report has: count REPORT ATTRIBUTE.
+count() {
+  sed -n "s/.*\b$2=\"\([0-9]*\)\".*/\1/p;T;q" "$1"
+}
+
 # Runs one build of the matrix: configure, build, test, count.
 run_preset() {
   local preset=$1
+  local log="build/$preset.log"
   echo "== $preset"
-  cmake --preset "$preset" >"build/$preset.log" 2>&1 || { cat "build/$preset.log"; exit 1; }
-  cmake --build --preset "$preset" -j "$(nproc)" >>"build/$preset.log" 2>&1 || { tail -n 100 "build/$preset.log"; exit 1; }
-  local results="build/$preset/results.xml"
-  rm -f "$results"
-  ctest --preset "$preset" -j "$(nproc)" --output-junit "$PWD/$results" --no-tests=error || true
+  { cmake --preset "$preset" && cmake --build --preset "$preset" -j "$(nproc)"; } >"$log" 2>&1 ||
+    { tail -n 100 "$log"; exit 1; }
+  local report="$PWD/build/$preset/report.xml"
+  rm -f "$report"
+  ctest --preset "$preset" -j "$(nproc)" --output-junit "$report" --no-tests=error >"$log" 2>&1 ||
+    grep -vE '^ *(Start +[0-9]+:|[0-9]+/[0-9]+ Test .* Passed )' "$log" || true
   local run bad
-  run=$(grep -o ' tests="[0-9]*"' "$results" | head -n 1 | tr -dc 0-9)
-  bad=$(grep -o ' failures="[0-9]*"' "$results" | head -n 1 | tr -dc 0-9)
+  run=$(($(count "$report" tests) - $(count "$report" skipped) - $(count "$report" disabled)))
+  bad=$(count "$report" failures)
+  echo "$((run - bad)) of $run passed after $SECONDS s"
   passed=$((passed + run - bad))
   failed=$((failed + bad))
 }
