@@ -47,7 +47,7 @@ Status CM_RPC_RPOCESS_GetParameterAttributes(int fd, char* buf) {
 }
 
 Status CM_RPC_RPOCESS_TR069_Notification_Registration(int fd, char* buf) {
-  buf[0] = '\0';
+  buf[0] = '\0';  // a process id that does not come must not read as the command's number
   Registration* registration = renew_registration();
   if (!registration) return CM_INVALID;
   // Each field counts as soon as it is there: one that was cut short stays partial, and switches

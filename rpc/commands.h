@@ -8,7 +8,8 @@
 namespace gwconf {
 
 /// A command's code: reads its arguments from the connection into the request buffer of kMessageMax
-/// bytes, answers, and returns the result.
+/// bytes, answers, and returns the result; CM_UNREADABLE, and nothing changed in the tree, when an
+/// argument cannot be read.
 using Handler = Status (*)(int fd, char* buf);
 
 /// The handlers by command number, filled each time the service starts. The slot without a handler

@@ -25,7 +25,7 @@ void open_element(std::FILE* file, const char* name, std::uint16_t word, std::in
     CM_RPC_CML2XML_ATTR(file, kAttrNotification, notification);
 }
 
-/// Where the record lies in its document, and what stands there.
+/// The document of a record of either kind.
 void write_subtree(std::FILE* file, const Node* node) {
   ignore(CM_RPC_CML2XML(node, file, 0));
 }

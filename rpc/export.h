@@ -12,6 +12,7 @@ namespace gwconf {
 // else in their table, so that its rows stand out. A write that fails shows in the stream's error
 // flag.
 
+/// `n` tabs; none when that is 0 or less.
 void CM_RPC_CML2XML_TAB(std::FILE* file, std::int32_t n);
 /// One attribute with a blank before it; nothing without a name, an empty value without one.
 void CM_RPC_CML2XML_ATTR(std::FILE* file, const char* name, const char* value);
@@ -23,10 +24,12 @@ void CM_RPC_CML2XML_PARAMETER(std::FILE* file, const Parameter* param, std::int3
 /// The subtree of `node`, at depth 0 as a document. CM_UNUSABLE without a node.
 Status CM_RPC_CML2XML(const Node* node, std::FILE* file, std::int32_t depth);
 
-/// Object path. Answers the XML text of the object with all below it. CM_INVALID for a disabled
-/// object, CM_NO_MEMORY without a temporary file; every failure answers the empty text first.
+/// Object path. Answers the XML text of the object with all below it. CM_NO_MEMORY, and no path
+/// read, without a temporary file; the lookup's code; CM_INVALID for a disabled object and for a
+/// text that cannot be written or read back. Every failure, an unreadable path too, answers the
+/// empty text first.
 Status CM_RPC_RPOCESS_TR069_GetNodeXML(int fd, char* buf);
-/// Parameter path. The same for one parameter.
+/// Parameter path. The same for one parameter, whose own disabled bit counts.
 Status CM_RPC_RPOCESS_TR069_GetParameterXML(int fd, char* buf);
 
 }  // namespace gwconf

@@ -14,7 +14,7 @@ struct Registration {
   OwnedText file;
 };
 
-/// The registration, or none before the first.
+/// The registration, or none before the first; it then lives as long as the process.
 extern Registration* notify_reg;
 
 /// Clears the registration, making one at the first call. None when there is no memory for it.
@@ -26,9 +26,10 @@ extern Registration* notify_reg;
 Status start_notification_file(Registration* registration, const char* path);
 
 /// Tells the listener that the value of `param` was changed: appends a line to its file, under the
-/// lock that the two share, and sends its signal. `buf`, of `size` bytes, is overwritten.
+/// lock that the two share, and sends its signal. A lock that is held for longer than kReadSeconds
+/// is passed over. `buf`, of `size` bytes, is overwritten by the line, which is cut to it.
 /// CM_INVALID, and nothing told: an argument is missing, nobody is registered, or the file cannot
-/// be opened.
+/// be opened; the registration stays.
 Status CM_RPC_TR069_Notification_Check(const Parameter* param, char* buf, std::int32_t size);
 
 }  // namespace gwconf

@@ -9,7 +9,7 @@ namespace gwconf {
 /// Longest body of a request message, its NUL included.
 inline constexpr std::int32_t kMessageMax = 32769;
 
-/// Seconds that a read waits for its peer.
+/// Seconds that the daemon waits for a peer that neither sends nor takes anything.
 inline constexpr int kReadSeconds = 5;
 
 inline constexpr int kCommandCount = 34;

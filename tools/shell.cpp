@@ -155,7 +155,13 @@ class StayOnInterrupt {
 
   int length = 0;
   Exit exit = Exit::kDone;
-  while (const char* read = el_gets(line_editor, &length)) {
+  const auto read_line = [&] {
+    // The editor shows the prompt first and takes over the keys then: what is typed in between
+    // would lose its Ctrl-D to the terminal.
+    el_set(line_editor, EL_PREP_TERM, 1);
+    return el_gets(line_editor, &length);
+  };
+  while (const char* read = read_line()) {
     std::string_view text{read, static_cast<std::size_t>(std::max(length, 0))};
     while (text.ends_with('\n'))
       text.remove_suffix(1);
