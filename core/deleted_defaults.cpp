@@ -40,11 +40,15 @@ std::int32_t free_record_number() {
   PathText list{kDeletedDefaults};
   if (!record_table() || CM_CORE_GetInstanceList(list.buffer(), kPathBufferSize) != CM_OK) return 0;
   std::int32_t free = 1;
-  for (std::string_view rest{list.buffer()}; !rest.empty();) {
-    const std::int32_t used = to_number(rest);
-    if (used == 0) return 0;
-    if (used == free) ++free;
-    rest.remove_prefix(rest.find(',') + 1);
+  // A file's own records need not ascend: the next number may have stood further ahead.
+  for (std::int32_t tried = 0; tried != free;) {
+    tried = free;
+    for (std::string_view rest{list.buffer()}; !rest.empty();) {
+      const std::int32_t used = to_number(rest);
+      if (used == 0) return 0;
+      if (used == free) ++free;
+      rest.remove_prefix(rest.find(',') + 1);
+    }
   }
   return free;
 }

@@ -25,11 +25,13 @@ Status CM_CORE_AddInstance(std::string_view table, std::int32_t n);
 Status CM_CORE_InsertInstance(std::string_view table, std::int32_t n);
 
 /// Deletes instance `n` with its subtree, counts it down, and records it when it came from the
-/// defaults. CM_INVALID: n below 1, not an object path; CM_NOT_FOUND.
+/// defaults. CM_INVALID: n below 1, not an object path, or the root; CM_NOT_FOUND. Without memory a
+/// counter or a record stays behind, and the instance is deleted all the same.
 Status CM_CORE_DelInstance(std::string_view table, std::int32_t n);
 
-/// Deletes any object but the root, with its subtree; neither counted nor recorded. CM_INVALID: not
-/// an object path, or the root; CM_NOT_FOUND.
+/// Deletes any object but the root, with its subtree; neither counted nor recorded. CM_INVALID, and
+/// nothing changed: not an object path, the root, or an object that its parent does not list;
+/// CM_NOT_FOUND.
 Status CM_CORE_DelNode(std::string_view path);
 
 /// Closes gaps: renumbers the instances from number `start` on consecutively, `count` of them, or

@@ -125,7 +125,8 @@ Status CM_CORE_GetObjNodeByUri(std::string_view path, Node** out) {
 
 Status CM_CORE_GetParaNodeByUri(std::string_view path, Parameter** out) {
   *out = nullptr;
-  if (CM_UTL_UriIsObjNode(path) == CM_OK || path.size() >= kPathBufferSize) return CM_INVALID;
+  if (!path.data() || CM_UTL_UriIsObjNode(path) == CM_OK || path.size() >= kPathBufferSize)
+    return CM_INVALID;
   if (!has_dot(path)) return CM_NOT_FOUND;
   std::string_view leaf;
   Node* node = walk(path, &leaf);

@@ -24,7 +24,7 @@ class PathText {
 
   /// False, and nothing appended, when the path would pass its bound.
   [[nodiscard]] bool append(std::string_view part);
-  /// Appends an instance segment: the number and a dot.
+  /// Appends an instance segment, the number and a dot; false as above.
   [[nodiscard]] bool append_instance(std::int32_t number);
 
   /// False when the text given at the start did not fit.
@@ -76,7 +76,7 @@ Status CM_UTL_IsInstance(std::string_view name);
 /// of a path, CM_NOT_FOUND when the tree (which may be absent) has no such object. A segment that
 /// repeats the object's own name stays on that object.
 Status CM_CORE_GetObjNodeByUri(std::string_view path, Node** out);
-/// Finds a parameter by its path. As above; CM_INVALID when `path` ends with a dot.
+/// Finds a parameter by its path. As above; CM_INVALID when `path` is none or ends with a dot.
 Status CM_CORE_GetParaNodeByUri(std::string_view path, Parameter** out);
 
 /// Stores a copy of `value` in the parameter at `path` and marks it user-set, unless it is a

@@ -29,6 +29,7 @@ struct Paths {
   const char* networkd_leases;
 };
 
+/// The paths of this process, the same at every call.
 [[nodiscard]] const Paths& paths();
 
 }  // namespace gwconf

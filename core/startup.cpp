@@ -7,23 +7,20 @@
 
 #include "core/deleted_defaults.h"
 #include "core/paths.h"
+#include "core/tree.h"
 #include "xml/loader.h"
 #include "xml/merge.h"
 
 namespace gwconf {
 namespace {
 
-/// The saved settings, while they are merged.
-Node* cml_reduced_root = nullptr;
-
 /// Lays the saved settings over the live tree. False when there is no memory for their root.
 bool merge_saved_settings() {
-  cml_reduced_root = new_node().release();
+  const NodePtr cml_reduced_root = new_node();
   if (!cml_reduced_root) return false;
   // Without saved settings the daemon runs on the defaults.
-  if (CM_XML2RAM(cml_reduced_root, nullptr) == CM_OK) ignore(CM_Node_Merge2Root(cml_reduced_root));
-  ignore(CM_UTL_FreeNode(cml_reduced_root));
-  cml_reduced_root = nullptr;
+  if (CM_XML2RAM(cml_reduced_root.get(), nullptr) == CM_OK)
+    ignore(CM_Node_Merge2Root(cml_reduced_root.get()));
   return true;
 }
 

@@ -4,8 +4,9 @@ namespace gwconf {
 
 /// Builds the live tree: from the file `argument` when that is given and loads, otherwise from the
 /// factory defaults with the saved settings laid over them and the deleted default instances taken
-/// out. Returns 0, or the exit status of the process: 4 without memory for a root, or the loader's
-/// result.
+/// out. `argument` is a path, or none. Returns 0, or the exit status of the process: 4 without
+/// memory for a root, or the loader's result; the live tree is then absent or holds what was
+/// loaded.
 [[nodiscard]] int start_up(const char* argument);
 
 /// The handler of the termination signals: removes the request socket and ends the process with

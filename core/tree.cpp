@@ -1,6 +1,5 @@
 #include "core/tree.h"
 
-#include <cstring>
 #include <new>
 
 #include "core/path.h"
@@ -66,9 +65,9 @@ void CM_UTL_mfree(void* ptr) {
 
 char* CM_UTL_strcpy(char* old, const char* src) {
   OwnedText copy;
-  if (src && !copy.assign(std::string_view{src})) copy.reset();
-  heap_release(old);
-  return copy.release();
+  const bool copied = src && copy.assign(std::string_view{src});
+  heap_release(old);  // only now: `src` may lie in it
+  return copied ? copy.release() : nullptr;
 }
 
 Status CM_UTL_FreePara(Parameter* param) {

@@ -88,17 +88,19 @@ void set(Record& record, AttributeBit bit, bool value = true) {
 /// Clears all fields of a record, which may be uninitialised memory: what they held is not freed.
 /// Always CM_OK.
 Status CM_UTL_InitNode(Node* node);
-/// Clears name and value, type unknown, no attributes, no limits, no enumeration; the rest stays.
-/// Always CM_OK.
+/// Clears name and value, type unknown, no attributes, no limits, no enumeration; what the texts
+/// held is not freed, the rest stays. Always CM_OK.
 Status CM_UTL_InitTR98(Parameter* param);
 /// Clears all fields of a record, which may be uninitialised memory. Always CM_OK.
 Status CM_UTL_InitPara(Parameter* param);
 
 /// `existing` as it is when it is not none, whatever its size; otherwise an uninitialised block of
-/// `size` bytes, or none when there is no memory.
+/// `size` bytes of the caller's, or none when there is no memory.
 [[nodiscard]] void* CM_UTL_malloc(void* existing, std::size_t size);
+/// Frees what CM_UTL_malloc or CM_UTL_strcpy returned. None is allowed.
 void CM_UTL_mfree(void* ptr);
-/// Frees `old` and returns a new copy of `src`; none when `src` is none or there is no memory.
+/// Frees `old`, which may be none, and returns a new copy of `src`, the caller's; none when `src`
+/// is none or there is no memory. `src` may lie in `old`.
 [[nodiscard]] char* CM_UTL_strcpy(char* old, const char* src);
 
 /// Frees a parameter and all parameters behind it. None is allowed. Always CM_OK.

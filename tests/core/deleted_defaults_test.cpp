@@ -195,6 +195,29 @@ TEST(Recording, TakesTheSmallestFreeNumber) {
   EXPECT_EQ(children_of(kRecords), "0. 1. 2. 3.");
 }
 
+TEST(Recording, TakesAFreeNumberAmongRecordsInAnyOrder) {
+  // A file's own records stand as the file has them.
+  const LiveTree tree{R"(InternetGatewayDevice.
+  LANDevice.
+    1.
+    2.
+  X_VT_MiscCfg.
+    DeletedDefaultInstances.
+      0.
+        URI =
+      4.
+        URI =
+      2.
+        URI =
+      1.
+        URI =
+)"};
+  EXPECT_EQ(CM_CORE_DelInstance(kLan, 2), CM_OK);
+  EXPECT_EQ(value_at(std::string{kRecords} + "3.URI"), "InternetGatewayDevice.LANDevice.2.");
+  EXPECT_EQ(CM_CORE_DelInstance(kLan, 1), CM_OK);
+  EXPECT_EQ(value_at(std::string{kRecords} + "5.URI"), "InternetGatewayDevice.LANDevice.1.");
+}
+
 TEST(Recording, StopsAtAListEntryThatReadsAsZero) {
   const LiveTree tree{kDefaults};
   ASSERT_EQ(CM_CORE_AddInstance(kRecords, 1), CM_OK);

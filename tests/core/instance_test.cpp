@@ -133,9 +133,14 @@ TEST(AddInstance, FindsNoTableOrNoTemplate) {
   EXPECT_EQ(live_outline(), kOutline);
 }
 
-TEST(AddInstance, WithoutATreeFindsNothing) {
+TEST(WithoutATree, EveryOperationFails) {
   ASSERT_EQ(cml_root, nullptr);
   EXPECT_EQ(CM_CORE_AddInstance(kWan, 1), CM_NOT_FOUND);
+  EXPECT_EQ(CM_CORE_InsertInstance(kWan, 1), CM_NOT_FOUND);
+  EXPECT_EQ(CM_CORE_DelInstance(kWan, 1), CM_NOT_FOUND);
+  EXPECT_EQ(CM_CORE_DelNode(kWan), CM_NOT_FOUND);
+  EXPECT_EQ(CM_CORE_InstanceReArrange(kWan, 1, 0), CM_NOT_FOUND);
+  EXPECT_EQ(CM_CORE_AddInstance_Force("InternetGatewayDevice.WANDevice.1.Table.", 1), CM_INVALID);
 }
 
 TEST(AddInstance, RefusesAnExistingEnabledInstance) {
@@ -1026,6 +1031,16 @@ std::string instance_list(std::string_view path) {
 TEST(GetInstanceList, ListsTheNumbersInOrder) {
   const LiveTree tree{table_of({1, 12})};
   EXPECT_EQ(instance_list(kWan), "1,12,");
+}
+
+TEST(GetInstanceList, AsksForNoSize) {
+  const LiveTree tree{table_of({1, 12})};
+  std::array<char, kPathBufferSize> buffer;
+  for (const int size : {0, -1, 3}) {
+    std::strcpy(buffer.data(), kWan);
+    EXPECT_EQ(CM_CORE_GetInstanceList(buffer.data(), size), CM_OK);
+    EXPECT_STREQ(buffer.data(), "1,12,");
+  }
 }
 
 TEST(GetInstanceList, ListsOnlyNumbersAboveZero) {

@@ -204,7 +204,9 @@ TEST_F(Path, WrongKindsOfPathAreInvalid) {
   EXPECT_EQ(find_object("InternetGatewayDevice.DeviceInfo.Manufacturer"), "-100");
   EXPECT_EQ(find_object("InternetGatewayDevice"), "-100");
   EXPECT_EQ(find_object(""), "-100");
+  EXPECT_EQ(find_object({}), "-100");
   EXPECT_EQ(find_parameter("InternetGatewayDevice.DeviceInfo."), "-100");
+  EXPECT_EQ(find_parameter({}), "-100");
   EXPECT_EQ(find_parameter("."), "-100");
 }
 
@@ -352,6 +354,17 @@ TEST_F(Path, ValuesThatCannotBeSetChangeNothing) {
   EXPECT_EQ(CM_CORE_SetValueByURI("InternetGatewayDevice", "x"), CM_NOT_FOUND);
   EXPECT_EQ(CM_CORE_SetValueByURI("InternetGatewayDevice.DeviceInfo.", "x"), CM_INVALID);
   EXPECT_EQ(live_outline(), kOutline);
+}
+
+TEST_F(Path, ADisabledObjectDisablesItsOwnParametersOnly) {
+  object_at("InternetGatewayDevice.LANDevice.1.")->attributes = 3;
+  constexpr char kEnable[] =
+      "InternetGatewayDevice.LANDevice.1.LANHostConfigManagement.DHCPServerEnable";
+  EXPECT_EQ(CM_CORE_SetValueByURI(kEnable, "0"), CM_OK);
+  EXPECT_EQ(parameter_at(kEnable)->attributes, 8);
+  char out[] = "old";
+  EXPECT_EQ(CM_CORE_GetValueByURI(kEnable, out), CM_OK);
+  EXPECT_STREQ(out, "0");
 }
 
 TEST_F(Path, AValueMayBeSetFromItself) {

@@ -143,16 +143,33 @@ TEST(InitTR98, LeavesShortNameGetterAndLinks) {
   param->next = nullptr;
 }
 
+TEST(InitTR98, ClearsUninitialisedMemory) {
+  alignas(Parameter) std::array<unsigned char, sizeof(Parameter)> memory;
+  memory.fill(0xA5);
+  auto* param = reinterpret_cast<Parameter*>(memory.data());
+  EXPECT_EQ(CM_UTL_InitTR98(param), CM_OK);
+  EXPECT_EQ(param->name.get(), nullptr);
+  EXPECT_EQ(param->value.get(), nullptr);
+  EXPECT_EQ(param->type, 12);
+  EXPECT_EQ(param->attributes, 0);
+  EXPECT_EQ(param->min, 0);
+  EXPECT_EQ(param->max, 0);
+  EXPECT_EQ(param->enumeration.get(), nullptr);
+}
+
 TEST(Malloc, HandsBackAnExistingBlockWhateverItsSize) {
   char existing[1];
   EXPECT_EQ(CM_UTL_malloc(existing, 1000000), existing);
 }
 
 TEST(Malloc, GivesABlockOrNone) {
+  const std::size_t before = live_blocks();
   void* block = CM_UTL_malloc(nullptr, 16);
   ASSERT_NE(block, nullptr);
   std::memset(block, 0x5A, 16);
+  EXPECT_EQ(live_blocks(), before + 1);
   CM_UTL_mfree(block);
+  EXPECT_EQ(live_blocks(), before);
   const FailingHeap heap{1, FailingHeap::Kind::kOnce};
   EXPECT_EQ(CM_UTL_malloc(nullptr, 16), nullptr);
 }
@@ -425,7 +442,13 @@ TEST(FreeInstance, RefusesAnInstanceThatItsParentDoesNotList) {
 
 TEST(FreeInstance, FreesAnInstanceWithoutParent) {
   const std::size_t before = live_blocks();
-  EXPECT_EQ(CM_UTL_FreeNode_KeepInstance(named_node("4.").release(), 1), CM_OK);
+  {
+    NodePtr instance = named_node("4.");
+    const NodePtr sibling = named_node("5.");
+    instance->next = sibling.get();
+    EXPECT_EQ(CM_UTL_FreeNode_KeepInstance(instance.release(), 1), CM_OK);
+    EXPECT_EQ(sibling->name.view(), "5.");
+  }
   EXPECT_EQ(live_blocks(), before);
 }
 

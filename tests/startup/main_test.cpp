@@ -4,6 +4,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <sys/socket.h>
@@ -17,6 +18,7 @@
 #include "gwconf/client.hpp"
 #include "storage/settings_block.h"
 #include "tests/startup/daemon_process.h"
+#include "tests/support/capture.h"
 #include "tests/support/sandbox.h"
 
 namespace gwconf {
@@ -170,6 +172,21 @@ TEST_F(Daemon, ServesWithoutStandardDescriptors) {
   }
   daemon.send(SIGTERM);
   EXPECT_EQ(daemon.wait(), 1);
+}
+
+TEST_F(Daemon, OfTheSandboxMakesAFolderWhereNoneIsGiven) {
+  ASSERT_EQ(unsetenv("GWCONF_SANDBOX"), 0);
+  const std::string told = test::stderr_of([] {
+    DaemonProcess daemon;
+    EXPECT_EQ(daemon.wait(), 156);  // no defaults there
+  });
+  ASSERT_EQ(setenv("GWCONF_SANDBOX", test::sandbox_root().c_str(), 1), 0);
+  const std::string head = "sandbox folder ";
+  ASSERT_TRUE(told.starts_with(head + "/tmp/gwconf.") && told.ends_with('\n')) << told;
+  const std::filesystem::path folder = told.substr(head.size(), told.size() - head.size() - 1);
+  for (const char* below : {"etc", "dev", "tmp"})
+    EXPECT_TRUE(std::filesystem::is_directory(folder / below)) << below;
+  std::filesystem::remove_all(folder);
 }
 
 TEST_F(Daemon, AStaleSocketDoesNotKeepItFromServing) {

@@ -215,6 +215,7 @@ TEST_F(StartUp, WithoutDefaultsEnds) {
 TEST_F(StartUp, WithBrokenDefaultsEnds) {
   write_file(paths().defaults, "<DATAMODEL>\n<OBJECT name=\"InternetGatewayDevice.\">\n");
   EXPECT_EQ(start(), 156);
+  EXPECT_EQ(live_outline(), "InternetGatewayDevice.\n");  // what was loaded is left
   EXPECT_EQ(said, "");
 }
 
