@@ -31,8 +31,8 @@ struct Block {
 Status compress_text(std::string_view text, Block* out) {
   *out = {};
   constexpr std::int32_t kMargin = 12;
-  // The buffer's size in bytes is the text's with a tenth more; a text for which it would not fit
-  // its own type could not be had in memory either.
+  // A tenth more than the text, and the margin: more than any stream of zlib's takes. Where that
+  // passes 32 bits no memory could hold it either.
   const double bound = static_cast<double>(text.size()) * 1.1;
   constexpr double kMost =
       std::numeric_limits<std::int32_t>::max() - kMargin - static_cast<double>(block::kDataAt);

@@ -29,13 +29,13 @@ inline constexpr std::uint32_t kTextMax = 2097152 + 1;  // the largest configura
 }  // namespace block
 
 /// Compresses `length` bytes at `source` into the `capacity` bytes at `destination`. Returns the
-/// compressed length, or -100 when zlib fails: no room, no memory.
+/// compressed length, or -100: a negative number, or zlib fails for want of room or memory.
 [[nodiscard]] std::int32_t CM_UTL_compress(void* destination, std::int32_t capacity,
                                            const void* source, std::int32_t length);
 
 /// Inflates the zlib stream in the `length` bytes at `source` into the `capacity` bytes at
-/// `destination`. Returns the inflated length, or -100 when zlib fails: no room, no memory, no
-/// whole stream; `destination` then holds what was inflated by then.
+/// `destination`. Returns the inflated length, or -100: a negative number, or zlib fails for want
+/// of room, memory or a whole stream; `destination` then holds what was inflated by then.
 [[nodiscard]] std::int32_t CM_UTL_decompress(void* destination, std::int32_t capacity,
                                              const void* source, std::int32_t length);
 
@@ -48,9 +48,9 @@ inline constexpr std::uint32_t kTextMax = 2097152 + 1;  // the largest configura
 
 /// Writes `text`, NUL-terminated, as a block to the flash partition `path`, with the word carried
 /// from the block read last (0 before any was read), and a plain copy of it to
-/// paths().last_block_text, be it that the copy cannot be written. CM_NO_MEMORY: the partition and
-/// the copy are unchanged; CM_INVALID: no text, or zlib failed, likewise unchanged, or the block
-/// would be too large to be read back: the copy is written, the partition unchanged;
+/// paths().last_block_text; a copy that cannot be written fails nothing. CM_NO_MEMORY: the
+/// partition and the copy are unchanged. CM_INVALID: no text, or zlib failed, likewise unchanged;
+/// or the block would be too large to be read back: the copy is written, the partition unchanged.
 /// CM_NOT_WRITTEN: the flash failed, and the partition is as it left it.
 Status CM_UTL_SetMTDBlockSettings(const char* path, const char* text);
 

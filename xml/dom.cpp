@@ -12,6 +12,11 @@ char* dom_text(const char* text) {
   return const_cast<char*>(text);
 }
 
+const char* value_of(const IXML_Node* attribute) {
+  if (!attribute) return nullptr;
+  return attribute->nodeValue ? attribute->nodeValue : "";
+}
+
 }  // namespace
 
 DomListPtr child_nodes_of(IXML_Node* node) {
@@ -28,10 +33,7 @@ DomAttributesPtr attributes_of(IXML_Node* node) {
 }
 
 const char* attribute_value(IXML_NamedNodeMap* attributes, const char* name) {
-  if (!attributes) return nullptr;
-  const IXML_Node* attribute = ixmlNamedNodeMap_getNamedItem(attributes, dom_text(name));
-  if (!attribute) return nullptr;
-  return attribute->nodeValue ? attribute->nodeValue : "";
+  return attributes ? value_of(ixmlNamedNodeMap_getNamedItem(attributes, dom_text(name))) : nullptr;
 }
 
 char* CM_XML2RAM_GetAttr(char* old, IXML_NamedNodeMap* attributes, const char* name) {
@@ -39,7 +41,11 @@ char* CM_XML2RAM_GetAttr(char* old, IXML_NamedNodeMap* attributes, const char* n
 }
 
 const char* CM_UTL_IXML_GetAttr(IXML_Node* node, const char* name) {
-  return attribute_value(attributes_of(node).get(), name);
+  // Not through the library's map of attributes, which takes memory at every look.
+  const IXML_Node* attribute = node ? node->firstAttr : nullptr;
+  while (attribute && std::strcmp(attribute->nodeName, name) != 0)
+    attribute = attribute->nextSibling;
+  return value_of(attribute);
 }
 
 IXML_Node* CM_XML_GetNodeByAttribute(IXML_NodeList* list, const char* name, const char* value) {

@@ -33,7 +33,7 @@ using DomAttributesPtr = std::unique_ptr<IXML_NamedNodeMap, FreeDomAttributes>;
 [[nodiscard]] char* CM_XML2RAM_GetAttr(char* old, IXML_NamedNodeMap* attributes, const char* name);
 
 /// The value of `node`'s attribute `name`, not copied: the document's, until the attribute changes
-/// or goes. None when `node` is none or has no such attribute.
+/// or goes. None when `node` is none or has no such attribute. Needs no memory.
 [[nodiscard]] const char* CM_UTL_IXML_GetAttr(IXML_Node* node, const char* name);
 
 /// The first node of `list` whose attribute `name` has exactly this value, still the document's;

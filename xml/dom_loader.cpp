@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <string_view>
 #include <strings.h>
 
 #include "core/path.h"
 #include "xml/attribute_word.h"
 #include "xml/dom.h"
+#include "xml/reader.h"
 #include "xml/value_type.h"
 #include "xml/vocabulary.h"
 
@@ -72,12 +74,19 @@ Status begin_object(Node* parent, IXML_Node* element, std::size_t* path_length, 
   return segment <= kSegmentMax && *path_length < kPathBufferSize ? CM_OK : CM_INVALID;
 }
 
+/// Blanks between elements, as a program may leave them in its document.
+bool is_layout(const IXML_Node& item) {
+  if (item.nodeType != eTEXT_NODE) return false;
+  const std::string_view text = item.nodeValue ? item.nodeValue : "";
+  return skip_white_space(text) == text.size();
+}
+
 Status load_children(Node* node, IXML_Node* element, std::size_t path_length) {
   Node** next_child = end_of(&node->children);
   Parameter** next_param = end_of(&node->params);
   for (IXML_Node* item = ixmlNode_getFirstChild(element); item;
        item = ixmlNode_getNextSibling(item)) {
-    if (item->nodeType != eELEMENT_NODE) continue;
+    if (is_layout(*item)) continue;
     if (CM_XML2RAM_IsNode(item) != CM_OK) {
       if (const Status status = load_parameter(node, item, path_length, next_param)) return status;
       next_param = &(*next_param)->next;
@@ -95,22 +104,23 @@ Status load_children(Node* node, IXML_Node* element, std::size_t path_length) {
 }  // namespace
 
 Status CM_XML2RAM_IsNode(IXML_Node* element) {
-  const DomAttributesPtr attributes = attributes_of(element);
-  if (!attributes) return CM_UNUSABLE;
-  const char* type = attribute_value(attributes.get(), kAttrType);
+  if (!ixmlNode_hasAttributes(element)) return CM_UNUSABLE;
+  const char* type = CM_UTL_IXML_GetAttr(element, kAttrType);
   return type && strncasecmp(type, kTypeObject, sizeof kTypeObject - 1) == 0 ? CM_OK : CM_INVALID;
 }
 
 Status CM_XML2RAM_SetNode(Node* node, IXML_Node* element) {
+  if (!node || !ixmlNode_hasAttributes(element)) return CM_UNUSABLE;
   const DomAttributesPtr attributes = attributes_of(element);
-  if (!node || !attributes) return CM_UNUSABLE;
+  if (!attributes) return CM_NO_MEMORY;
   if (const Status status = take_head(attributes.get(), node)) return status;
   return take_text(attributes.get(), kAttrShortName, &node->sname);
 }
 
 Status CM_XML2RAM_SetPara(Parameter* param, IXML_Node* element) {
+  if (!param || !ixmlNode_hasAttributes(element)) return CM_UNUSABLE;
   const DomAttributesPtr attributes = attributes_of(element);
-  if (!param || !attributes) return CM_UNUSABLE;
+  if (!attributes) return CM_NO_MEMORY;
   if (const Status status = take_head(attributes.get(), param)) return status;
   if (const char* type = attribute_value(attributes.get(), kAttrType))
     parse_value_type(type, TypeMatch::kDom, param);

@@ -12,8 +12,9 @@ namespace gwconf {
 
 /// Loads what is inside `element` (the document's root element, say) below `node`, behind what
 /// `node` holds already. A child element is an object when CM_XML2RAM_IsNode says so, else a
-/// parameter, in any order. Children that are no elements (text, a CDATA section) carry nothing in
-/// this dialect and are passed over, so that the layout of a document does not matter.
+/// parameter, in any order; what a parameter's element contains is not looked at. Blanks between
+/// elements are passed over, so that the layout of a document does not matter; any other text
+/// counts as an element without attributes.
 ///
 /// CM_OK; CM_UNUSABLE without `node` or `element`, or at an element without attributes;
 /// CM_NO_MEMORY; CM_INVALID when an object's name passes kSegmentMax or no path could name a

@@ -8,7 +8,7 @@ namespace gwconf {
 Status CM_XML2RAM_CustomizedSettings(Node* node, IXML_Node* element) {
   if (!node || !element) return CM_UNUSABLE;
   const DomListPtr items = child_nodes_of(element);
-  if (!items) return CM_UNUSABLE;
+  if (!items) return ixmlNode_hasChildNodes(element) ? CM_NO_MEMORY : CM_UNUSABLE;
   for (Node* child = node->children; child; child = child->next) {
     IXML_Node* item = CM_XML_GetNodeByAttribute(items.get(), kAttrName, child->name.get());
     if (!item) continue;

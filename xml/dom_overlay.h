@@ -13,8 +13,8 @@ namespace gwconf {
 /// nothing is created. Child objects come before the node's own parameters.
 ///
 /// CM_OK; CM_UNUSABLE without `node` or `element`, or when `element` has no children (neither may
-/// the element of a child object be empty); CM_NO_MEMORY, and the parameter at hand keeps its
-/// value. The overlay ends at the first failure; values taken by then stay.
+/// the element of a child object be empty); CM_NO_MEMORY, and what is at hand keeps its values. The
+/// overlay ends at the first failure; values taken by then stay.
 ///
 /// Recurses into the objects that tree and document share, so the tree's depth bounds it.
 Status CM_XML2RAM_CustomizedSettings(Node* node, IXML_Node* element);

@@ -72,14 +72,14 @@ void take_attributes(xml_node& item, Parameter* param) {
 /// parent's end.
 class Loader {
  public:
+  Loader() = default;
+
   void start(Node* root) { *this = Loader{root}; }
 
   [[nodiscard]] std::int32_t take(xml_node& item);
 
   /// Whether the document ended with its one root object closed.
   [[nodiscard]] bool complete() const { return cursor_ && cursor_ == root_ && sibling_mode_; }
-
-  Loader() = default;
 
  private:
   explicit Loader(Node* root) : root_{root} {}
@@ -88,7 +88,6 @@ class Loader {
   [[nodiscard]] std::int32_t open_parameter(xml_node& item);
   [[nodiscard]] std::int32_t close_object();
   [[nodiscard]] std::int32_t close_parameter();
-  [[nodiscard]] bool enter(const Node& node, std::size_t around);
 
   Node* root_ = nullptr;
   Node* cursor_ = nullptr;
@@ -99,19 +98,14 @@ class Loader {
   bool parameter_open_ = false;
 };
 
-/// What a nameless object counts for, so that nesting stays bounded by the length of a path.
+/// Characters that an object adds to a path. A nameless one counts too, so that nesting stays
+/// bounded by the length of a path.
 std::size_t length_in_path(const Node& node) {
   return std::max<std::size_t>(node.name.view().size(), 1);
 }
 
-/// Makes `node` the open cursor. False when no path could name it.
-bool Loader::enter(const Node& node, std::size_t around) {
-  path_length_ = around + length_in_path(node);
-  return node.name.view().size() <= kSegmentMax && path_length_ < kPathBufferSize;
-}
-
 std::int32_t Loader::open_object(xml_node& item) {
-  std::size_t around = 0;
+  std::size_t around = 0;  // of the path, what stands before the new object
   Node* node = root_;
   if (cursor_) {
     if (parameter_open_) return kRefused;
@@ -132,7 +126,9 @@ std::int32_t Loader::open_object(xml_node& item) {
   sibling_mode_ = false;
   if (!take_attributes(item, node)) return kRefused;
   if (CM_CORE_CheckIfInstance(node->name.view()) == CM_OK) set(*node, kWritable);
-  return enter(*node, around) ? kTaken : kRefused;
+  path_length_ = around + length_in_path(*node);
+  const bool fits = node->name.view().size() <= kSegmentMax && path_length_ < kPathBufferSize;
+  return fits ? kTaken : kRefused;
 }
 
 std::int32_t Loader::open_parameter(xml_node& item) {

@@ -6,6 +6,7 @@
 
 #include "platform/services.h"
 #include "storage/file.h"
+#include "xml/vocabulary.h"
 
 namespace gwconf {
 
@@ -16,8 +17,6 @@ namespace {
 
 constexpr std::int32_t kFormatError = -1;
 constexpr std::int32_t kOutOfMemory = -2;
-
-constexpr long kFileMax = 2'097'152;
 
 /// The numbers by which the messages tell the failures apart. They stand for the failure, not for a
 /// place in this file, and stay what they are.
@@ -179,7 +178,7 @@ std::int32_t fail_parse(xml_node* item, Line line) {
 
 /// A file as one text, or none when it is too large or cannot be read. It is closed either way.
 [[nodiscard]] OwnedText read_whole(FilePtr file) {
-  if (CM_UTL_GetFileSize(file.get()) > kFileMax) return {};
+  if (CM_UTL_GetFileSize(file.get()) > kDocumentMax) return {};
   return CM_UTL_ReadFile(file.get());
 }
 

@@ -12,7 +12,6 @@
 #include "storage/file.h"
 #include "storage/settings_block.h"
 #include "xml/attribute_word.h"
-#include "xml/reader.h"
 #include "xml/value_type.h"
 
 namespace gwconf {

@@ -25,8 +25,8 @@ enum class ElementKind { kObject, kParameter };
 /// temporary file is gone afterwards in any case.
 Status VT_CM_RAM2XML(OwnedText* out, Node* root, const Dialect& dialect = kDataModelDialect);
 
-/// Writes `node` and its later siblings with all below them that is to be saved: 0, or -1 at the
-/// first failure.
+/// Writes `node` and its later siblings with all below them that is to be saved, by the user-set
+/// bits as they stand: 0, or -1 at the first failure.
 [[nodiscard]] std::int32_t VT_CM_RAM2XML_Node(const Node* node, std::FILE* file,
                                               const Dialect& dialect = kDataModelDialect);
 
@@ -35,8 +35,8 @@ Status VT_CM_RAM2XML(OwnedText* out, Node* root, const Dialect& dialect = kDataM
                                                  std::FILE* file);
 
 /// Appends one attribute and a space to a buffer with `room` bytes left, NUL included. Returns the
-/// characters added, or -1 when there is no room for name, encoded value and three more, or no
-/// memory.
+/// characters added; or -1, and the buffer unchanged, when there is no room for name, encoded value
+/// and three more, or no memory.
 [[nodiscard]] std::int32_t VT_CM_RAM2XML_Attr(char* buffer, std::size_t room, std::string_view name,
                                               const char* value);
 

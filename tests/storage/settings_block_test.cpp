@@ -16,12 +16,14 @@
 #include "core/paths.h"
 #include "storage/big_endian.h"
 #include "tests/storage/scripted_flash.h"
+#include "tests/support/capture.h"
 #include "tests/support/failing_heap.h"
 #include "tests/support/sandbox.h"
 
 namespace {
 
 bool zlib_fails = false;
+uLongf compress_room = 0;  // what compress was given last
 
 }  // namespace
 
@@ -30,6 +32,7 @@ extern "C" {
 int __real_compress(Bytef* destination, uLongf* size, const Bytef* source, uLong length);
 
 int __wrap_compress(Bytef* destination, uLongf* size, const Bytef* source, uLong length) {
+  compress_room = *size;
   return zlib_fails ? Z_MEM_ERROR : __real_compress(destination, size, source, length);
 }
 
@@ -430,6 +433,21 @@ TEST_F(SettingsBlock, WithoutMemoryNothingIsReadAndTheCarriedWordStays) {
   EXPECT_EQ(text, kSmallText);
 }
 
+TEST_F(SettingsBlock, ReaderAndWriterSayNothing) {
+  EXPECT_EQ(test::stdout_of([&] {
+              read_block(primary);
+              write_file(primary, make_block("no zlib stream", 5));
+              read_block(primary);
+              write_file(primary, std::string(100, '#'));
+              read_block(primary);
+              ignore(write(noise(70000, 1)));
+              flash().fails = true;
+              ignore(write(kSmallText));
+              ignore(write_settings_file("", kSmallText, 0));
+            }),
+            "");
+}
+
 // --- The plain copy ---
 
 TEST_F(SettingsBlock, ThePlainCopyIsTheTextOfTheLastBlock) {
@@ -583,6 +601,17 @@ TEST_F(SettingsBlock, CompressesAndInflates) {
   char text[20];
   EXPECT_EQ(CM_UTL_decompress(text, sizeof text, packed, length), 20);
   EXPECT_EQ((std::string{text, 20}), "aaaaaaaaaaaaaaaaaaaa");
+}
+
+TEST_F(SettingsBlock, TheCompressedFormHasATenthMoreRoomThanTheTextAndTwelveBytes) {
+  const struct {
+    std::size_t text;
+    uLongf room;
+  } cases[] = {{0, 12}, {1, 13}, {9, 21}, {10, 23}, {19, 32}, {20, 34}, {2'000, 2'212}};
+  for (const auto& c : cases) {
+    ASSERT_EQ(write(std::string(c.text, 'a')), CM_OK);
+    EXPECT_EQ(compress_room, c.room) << c.text;
+  }
 }
 
 TEST_F(SettingsBlock, CompressionWithoutRoomFails) {

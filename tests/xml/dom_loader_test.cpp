@@ -230,17 +230,38 @@ TEST(DomLoader, LoadsARecordWithoutName) {
             "<none>\n");
 }
 
-TEST(DomLoader, PassesOverWhatIsNoElement) {
+TEST(DomLoader, PassesOverTheLayout) {
   const std::string laid_out =
       "\n"
-      "  stray text\n"
       "  <Element name=\"X.\" type=\"object\">\n"
       "    <!-- the limits follow -->\n"
-      "    <Element name=\"P\" type=\"int\" value=\"1\"></Element> and more\n"
+      "    <Element name=\"P\" type=\"int\" value=\"1\">\n"
+      "    </Element>\n"
       "  </Element>\n";
   EXPECT_EQ(tree_of(laid_out),
             "X.\n"
             "  P = [1] type 3\n");
+}
+
+TEST(DomLoader, EndsAtTextBetweenElements) {
+  for (const char* text : {"stray text", " &#120; ", "<![CDATA[ ]]>"}) {
+    SCOPED_TRACE(text);
+    const Loaded loaded = load(
+        "<Element name=\"First\" type=\"int\"/>"
+        "<Element name=\"X.\" type=\"object\">" +
+        std::string{text} +
+        "<Element name=\"P\" type=\"int\"/></Element>"
+        "<Element name=\"Y.\" type=\"object\"/>");
+    EXPECT_EQ(loaded.status, 3);
+    EXPECT_EQ(describe(loaded.root.get()),
+              "First type 3\n"
+              "X.\n");
+  }
+}
+
+TEST(DomLoader, DoesNotLookIntoAParameter) {
+  EXPECT_EQ(tree_of("<Element name=\"P\" type=\"int\">5<Element name=\"Q\"/></Element>"),
+            "P type 3\n");
 }
 
 TEST(DomLoader, PassesOverWhitespaceThatAProgramLeftInItsDocument) {
@@ -406,6 +427,25 @@ TEST(DomLoader, LoadsALongTableOnASmallStack) {
   for (const Parameter* param = root->params; param; param = param->next)
     ++params;
   EXPECT_EQ(params, kRows);
+}
+
+TEST(DomLoader, EndsWhenTheLibraryRunsOutOfMemory) {
+  const DocumentPtr document = parse_document(
+      "<R><Element name=\"P\" type=\"int\"/>"
+      "<Element name=\"X.\" type=\"object\"><Element name=\"Q\" type=\"int\"/></Element></R>");
+  const char* const left[] = {"", "P type 3\n<none>\n", "P type 3\nX.\n"};
+  for (std::size_t nth = 1; nth <= 3; ++nth) {  // one list of attributes a record
+    SCOPED_TRACE(nth);
+    const NodePtr root = new_node();
+    const test::FailingDom library{nth};
+    EXPECT_EQ(CM_XML2RAM_Default(root.get(), root_of(document)), 4);
+    EXPECT_TRUE(library.fired());
+    EXPECT_EQ(describe(root.get()), left[nth - 1]);
+  }
+  const NodePtr root = new_node();
+  const test::FailingDom library{4};
+  EXPECT_EQ(CM_XML2RAM_Default(root.get(), root_of(document)), 0);
+  EXPECT_FALSE(library.fired());
 }
 
 TEST(DomLoader, RunsOutOfMemoryCleanly) {

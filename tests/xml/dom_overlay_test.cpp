@@ -198,5 +198,25 @@ TEST(DomOverlay, KeepsTheOldValueWithoutMemory) {
   EXPECT_EQ(tree, "Root.\n  Q = new\n  X.\n    P = new\n");
 }
 
+TEST(DomOverlay, EndsWhenTheLibraryRunsOutOfMemory) {
+  const DocumentPtr document = parse_document(
+      "<R><Element name=\"X.\"><Element name=\"P\" value=\"new\"/></Element>"
+      "<Element name=\"Q\" value=\"new\"/></R>");
+  constexpr char kBefore[] = "Root.\n  Q = old\n  X.\n    P = old\n";
+  for (std::size_t nth = 1; nth <= 2; ++nth) {  // one list of children an object
+    SCOPED_TRACE(nth);
+    const NodePtr root = build_tree(kBefore);
+    const test::FailingDom library{nth};
+    EXPECT_EQ(CM_XML2RAM_CustomizedSettings(root.get(), root_of(document)), 4);
+    EXPECT_TRUE(library.fired());
+    EXPECT_EQ(outline_of(root.get()), kBefore);
+  }
+  const NodePtr root = build_tree(kBefore);
+  const test::FailingDom library{3};
+  EXPECT_EQ(CM_XML2RAM_CustomizedSettings(root.get(), root_of(document)), 0);
+  EXPECT_FALSE(library.fired());
+  EXPECT_EQ(outline_of(root.get()), "Root.\n  Q = new\n  X.\n    P = new\n");
+}
+
 }  // namespace
 }  // namespace gwconf

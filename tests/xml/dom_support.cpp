@@ -118,6 +118,8 @@ extern "C" {
 
 int __real_ixmlDocument_createElementEx(IXML_Document*, char*, IXML_Element**);
 int __real_ixmlElement_setAttribute(IXML_Element*, char*, char*);
+IXML_NamedNodeMap* __real_ixmlNode_getAttributes(IXML_Node*);
+IXML_NodeList* __real_ixmlNode_getChildNodes(IXML_Node*);
 
 int __wrap_ixmlDocument_createElementEx(IXML_Document* document, char* name,
                                         IXML_Element** element) {
@@ -130,6 +132,14 @@ int __wrap_ixmlDocument_createElementEx(IXML_Document* document, char* name,
 int __wrap_ixmlElement_setAttribute(IXML_Element* element, char* name, char* value) {
   if (!gwconf::test::dom_fails_now()) return __real_ixmlElement_setAttribute(element, name, value);
   return IXML_INSUFFICIENT_MEMORY;
+}
+
+IXML_NamedNodeMap* __wrap_ixmlNode_getAttributes(IXML_Node* node) {
+  return gwconf::test::dom_fails_now() ? nullptr : __real_ixmlNode_getAttributes(node);
+}
+
+IXML_NodeList* __wrap_ixmlNode_getChildNodes(IXML_Node* node) {
+  return gwconf::test::dom_fails_now() ? nullptr : __real_ixmlNode_getChildNodes(node);
 }
 
 }  // extern "C"

@@ -36,8 +36,8 @@ using DocumentPtr = std::unique_ptr<IXML_Document, FreeDocument>;
 /// holds for a word of 0.
 [[nodiscard]] std::string describe(const Node* root);
 
-/// Makes the library's creation of elements and setting of attributes fail for want of memory: the
-/// `nth` call from now on (1 is the next), and no other.
+/// Makes the library's creation of elements, setting of attributes, and lists of attributes and of
+/// children fail for want of memory: the `nth` call from now on (1 is the next), and no other.
 class FailingDom {
  public:
   explicit FailingDom(std::size_t nth);

@@ -416,6 +416,48 @@ TEST_F(Merge, AnInstanceThatCannotBeAddedEndsItsLevelOnly) {
             "    p [8] = 2\n");
 }
 
+TEST_F(Merge, AnInstanceNotFoundByItsNameWhenAddedEndsItsLevel) {
+  EXPECT_EQ(merged("A.\n"
+                   "  T.\n"
+                   "    0. [1]\n"
+                   "      q = 1\n"
+                   "  B.\n"
+                   "    p = 1\n",
+                   "A.\n"
+                   "  T.\n"
+                   "    +3.\n"  // a number, but the instance is called 3.
+                   "      q = 2\n"
+                   "    5.\n"
+                   "      q = 2\n"
+                   "  B.\n"
+                   "    p = 2\n"),
+            "A.\n"
+            "  T.\n"
+            "    0. [1]\n"
+            "      q = 1\n"
+            "    3. [9]\n"
+            "      q = 1\n"
+            "  B.\n"
+            "    p [8] = 2\n");
+}
+
+TEST_F(Merge, AnInstanceWhoseTableHasNoPathEndsItsLevel) {
+  const LiveTree live{
+      "A.\n"
+      "  T.\n"
+      "    0. [1]\n"};
+  const NodePtr saved = build_tree(
+      "A.\n"
+      "  T.\n"
+      "    3.\n");
+  saved->name.reset();
+  EXPECT_EQ(CM_Node_Merge2Root(saved->children->children), CM_OK);
+  EXPECT_EQ(live_outline(),
+            "A.\n"
+            "  T.\n"
+            "    0. [1]\n");
+}
+
 TEST_F(Merge, AnInstanceOfAMissingTableIsNotReached) {
   EXPECT_EQ(merged(kTable,
                    "A.\n"

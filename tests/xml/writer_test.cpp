@@ -301,6 +301,20 @@ TEST_F(Writer, WritesTheAccessOfAnObject) {
                "name=\"A.\" type=\"object\" writable=\"0\" notification=\"1\" ");
 }
 
+TEST_F(Writer, ATypeIsCutAt31Characters) {
+  const NodePtr root = build_tree("A.\n  p [8]\n");
+  root->params->type = kUnsignedInt;
+  root->params->min = -2'147'483'647 - 1;
+  root->params->max = 2'147'483'647;
+  EXPECT_EQ(written(root.get()),
+            "<DATAMODEL>\n"
+            "<OBJECT name=\"A.\" type=\"object\" writable=\"0\" >\n"
+            "<PARAMETER name=\"p\" type=\"unsignedInt[-2147483648:2147483\" value=\"\" "
+            "writable=\"0\" />\n"
+            "</OBJECT>\n"
+            "</DATAMODEL>\n");
+}
+
 TEST_F(Writer, NoValueIsWrittenEmpty) {
   EXPECT_EQ(list_of("p"), R"(name="p" type="string" value="" writable="0" )");
   EXPECT_EQ(list_of("p ="), R"(name="p" type="string" value="" writable="0" )");
