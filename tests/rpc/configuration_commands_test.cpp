@@ -329,6 +329,24 @@ TEST_F(ConfigurationCommands, AFileThatCannotBeOpenedIsNotSaved) {
   EXPECT_EQ(test::live_outline(), before);
 }
 
+TEST_F(ConfigurationCommands, AFileThatTheServiceMayNotOpenIsRefused) {
+  write_file(file, saved_summary("kept"));
+  const auto served = [this](const std::string& command) {
+    test::Detached service{[&] {
+      test::heed_file_modes();
+      const Reply reply = serve({command, file});
+      return std::to_string(reply.result) + " " + value_at(kSummary);
+    }};
+    return service.text();
+  };
+  ASSERT_EQ(chmod(file.c_str(), 0400), 0);
+  EXPECT_EQ(served("29"), "-100 default");
+  EXPECT_EQ(read_file(file), saved_summary("kept"));
+  EXPECT_EQ(served("30"), "0 kept");
+  ASSERT_EQ(chmod(file.c_str(), 0), 0);
+  EXPECT_EQ(served("30"), "-100 default");
+}
+
 TEST_F(ConfigurationCommands, AFileThatIsNotWrittenWholeIsReported) {
   EXPECT_EQ(serve({"29", "/dev/full"}), (Reply{{}, -100}));
 }

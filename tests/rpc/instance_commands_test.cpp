@@ -125,6 +125,12 @@ TEST_F(InstanceCommands, InsertingIntoATableOutOfOrderIsRefused) {
   EXPECT_EQ(serve({"15", "A.T.", "3"}), (Reply{{}, 7}));
 }
 
+TEST_F(InstanceCommands, AnInsertionThatFailsLeavesWhatItRenumbered) {
+  load("A.\n  T.\n    1. [1]\n    2. [1]\n    4. [1]\n");
+  EXPECT_EQ(serve({"14", "A.T.", "1"}), (Reply{{}, 2}));  // no template
+  EXPECT_EQ(children_of("A.T."), "2. 3. 4.");
+}
+
 TEST_F(InstanceCommands, LeadingZerosAddTheInstanceButNotItsState) {
   object_at(kHost + "0.")->attributes = 0;  // what a new instance starts with
   EXPECT_EQ(serve({"10", kHost, "007"}), (Reply{{}, 0}));
@@ -337,6 +343,11 @@ TEST_F(InstanceCommands, ACountLimitsTheRearranging) {
   load("A.\n  T.\n    0.\n    2. [1]\n    4. [1]\n    6. [1]\n");
   EXPECT_EQ(serve({"18", "1", "2", "A.T."}), (Reply{{}, 0}));
   EXPECT_EQ(children_of("A.T."), "0. 1. 2. 6.");
+  // The instance before the first number is the first to count.
+  EXPECT_EQ(serve({"18", "3", "1", "A.T."}), (Reply{{}, 0}));
+  EXPECT_EQ(children_of("A.T."), "0. 1. 2. 6.");
+  EXPECT_EQ(serve({"18", "3", "2", "A.T."}), (Reply{{}, 0}));
+  EXPECT_EQ(children_of("A.T."), "0. 1. 2. 3.");
 }
 
 TEST_F(InstanceCommands, RefusedRearrangingChangesNothing) {
@@ -459,6 +470,18 @@ TEST_F(InstanceCommands, TheListHasACommaBehindEveryNumber) {
   EXPECT_EQ(serve({"17", kPorts1}), (Reply{{"3,4,"}, 0}));
   EXPECT_EQ(serve({"17", "InternetGatewayDevice.Empty."}), (Reply{{""}, 0}));
   EXPECT_EQ(serve({"17", "InternetGatewayDevice.Nothing."}), (Reply{{""}, 0}));
+}
+
+TEST_F(InstanceCommands, TheListCutsLongNumbersToFourDigits) {
+  ASSERT_EQ(serve({"10", kHost, "9999"}).result, 0);
+  ASSERT_EQ(serve({"10", kHost, "12345"}).result, 0);
+  EXPECT_EQ(serve({"17", kHost}), (Reply{{"1,2,5,9999,1234,"}, 0}));
+}
+
+TEST_F(InstanceCommands, TheListTakesTheLastCharacterOfItsPathForTheDot) {
+  EXPECT_EQ(serve({"17", "InternetGatewayDevice.Host"}), (Reply{{""}, 0}));
+  EXPECT_EQ(serve({"17", "InternetGatewayDevice.HostX"}), (Reply{{"1,2,5,"}, 0}));
+  EXPECT_EQ(serve({"17", kHost + "1.Name"}), (Reply{{""}, 0}));
 }
 
 TEST_F(InstanceCommands, AFailedListAnswersTheEmptyText) {

@@ -159,21 +159,31 @@ TEST_F(Notification, ARefusedValueIsNoChange) {
 TEST_F(Notification, OtherChangesAreNotTold) {
   load_xml(
       "<DATAMODEL><OBJECT name=\"InternetGatewayDevice.\"><PARAMETER name=\"Active\" value=\"a\"/>"
+      "<PARAMETER name=\"Live\" function=\"COM_GetWANPhysicalLinkStatus\"/>"
       "<OBJECT name=\"Host.\"><OBJECT name=\"0.\"/><OBJECT name=\"1.\"/></OBJECT>"
+      "<OBJECT name=\"Other.\"></OBJECT>"
       "</OBJECT></DATAMODEL>");
   write_file(paths().defaults,
              "<DATAMODEL><OBJECT name=\"InternetGatewayDevice.\">"
              "<PARAMETER name=\"Active\" value=\"default\"/></OBJECT></DATAMODEL>");
   listen();
+  const std::string saved = sandbox("/tmp/saved");
+  write_file(saved,
+             "<DATAMODEL><OBJECT name=\"InternetGatewayDevice.\">"
+             "<PARAMETER name=\"Active\" value=\"restored\"/></OBJECT></DATAMODEL>");
   EXPECT_EQ(serve({"1", kRoot + "Active", "7,1"}).result, 0);
-  EXPECT_EQ(serve({"10", kRoot + "Host.", "3"}).result, 0);
-  EXPECT_EQ(serve({"14", kRoot + "Host.", "1"}).result, 0);
-  EXPECT_EQ(serve({"12", kRoot + "Host.", "3"}).result, 0);
+  for (const char* command : {"10", "11", "14", "15"})
+    EXPECT_EQ(serve({command, kRoot + "Host.", command}).result, 0);
+  EXPECT_EQ(serve({"18", "1", "0", kRoot + "Host."}).result, 0);
+  EXPECT_EQ(serve({"21", kRoot + "Other.", kRoot + "Host.2."}).result, 0);
+  EXPECT_EQ(serve({"12", kRoot + "Host.", "1"}).result, 0);
   EXPECT_EQ(serve({"13", kRoot + "Host."}).result, 0);
-  EXPECT_EQ(serve({"2", kRoot + "Active"}).result, 0);
-  EXPECT_EQ(serve({"29", sandbox("/tmp/saved")}).result, 0);
-  EXPECT_EQ(serve({"30", sandbox("/tmp/saved")}).result, -100);  // nothing user-set, no root in it
+  EXPECT_EQ(serve({"2", kRoot + "Live"}), (Reply{{"Up"}, 0}));
+  EXPECT_EQ(serve({"19"}).result, 0);
+  EXPECT_EQ(serve({"30", saved}).result, 0);
+  EXPECT_EQ(test::value_at(kRoot + "Active"), "restored");
   EXPECT_EQ(serve({"20"}).result, 0);
+  EXPECT_EQ(test::value_at(kRoot + "Active"), "default");
   EXPECT_EQ(read_file(file), "");
   EXPECT_TRUE(take_signals().empty());
 }
@@ -336,8 +346,8 @@ TEST_F(Notification, APathThatCannotBeFormedIsToldAsSuch) {
 
 // --- The lock ---
 
-/// Holds the lock on a file for a time, in another process: a lock does not keep its own process
-/// out.
+/// Holds a lock on the first byte of a file for a time, in another process: a lock does not keep
+/// its own process out.
 class Holder {
  public:
   Holder(const std::string& path, std::chrono::milliseconds time) {
@@ -346,7 +356,7 @@ class Holder {
     pid_ = fork();
     if (pid_ == 0) {
       const int fd = open(path.c_str(), O_RDWR);
-      const bool held = lockf(fd, F_LOCK, 0) == 0 && write(ready[1], "x", 1) == 1;
+      const bool held = lockf(fd, F_LOCK, 1) == 0 && write(ready[1], "x", 1) == 1;
       std::this_thread::sleep_for(time);
       _exit(held ? 0 : 1);
     }
@@ -374,9 +384,12 @@ double seconds_of(const std::function<void()>& action) {
 
 TEST_F(Notification, TheLineWaitsForAListenerThatReads) {
   listen();
+  // The lock is on the whole file, not only on where the line goes.
+  ASSERT_EQ(set_value("Active", "b"), (Reply{{}, 0}));
   const Holder holder{file, std::chrono::milliseconds{700}};
   EXPECT_GE(seconds_of([] { ASSERT_EQ(set_value("Plain", "b"), (Reply{{}, 0})); }), 0.5);
-  EXPECT_EQ(read_file(file), "InternetGatewayDevice.Plain,None\n");
+  EXPECT_EQ(read_file(file),
+            "InternetGatewayDevice.Active,Active\nInternetGatewayDevice.Plain,None\n");
 }
 
 TEST_F(Notification, AListenerThatHoldsOnDoesNotStopTheService) {

@@ -5,10 +5,12 @@
 #include <cstring>
 #include <filesystem>
 #include <iterator>
+#include <linux/capability.h>
 #include <stdexcept>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -175,6 +177,12 @@ void without_descriptors(const std::function<void()>& action) {
   setrlimit(RLIMIT_NOFILE, &none);
   action();
   setrlimit(RLIMIT_NOFILE, &before);
+}
+
+void heed_file_modes() {
+  __user_cap_header_struct self{_LINUX_CAPABILITY_VERSION_3, 0};
+  const __user_cap_data_struct none[_LINUX_CAPABILITY_U32S_3] = {};
+  if (syscall(SYS_capset, &self, none) != 0) throw std::runtime_error("capabilities kept");
 }
 
 std::size_t open_descriptors(int pid) {

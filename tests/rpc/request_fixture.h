@@ -86,6 +86,10 @@ class Detached {
 /// Runs `action` while this process can open no further descriptor.
 void without_descriptors(const std::function<void()>& action);
 
+/// Gives up what root may do beyond the modes of files. For a process of its own (Detached): there
+/// is no way back.
+void heed_file_modes();
+
 /// The number of open descriptors of a process.
 [[nodiscard]] std::size_t open_descriptors(int pid);
 

@@ -21,6 +21,13 @@
 #include "tests/support/capture.h"
 #include "tests/support/sandbox.h"
 #include "xml/loader.h"
+#ifdef GWCONF_TEST_DOM
+#include <memory>
+#include <upnp/ixml.h>
+
+#include "xml/dom_loader.h"
+#include "xml/dom_writer.h"
+#endif
 
 namespace gwconf {
 namespace {
@@ -334,6 +341,60 @@ TEST_P(RoundTrip, AStartGivesWhatWasCommitted) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Seeds, RoundTrip, ::testing::Range(1U, 5U));
+
+// --- A document of the XML library ---
+
+#ifdef GWCONF_TEST_DOM
+
+struct FreeDocument {
+  void operator()(IXML_Document* document) const { ixmlDocument_free(document); }
+};
+using DocumentPtr = std::unique_ptr<IXML_Document, FreeDocument>;
+
+/// What an element carries of each record below `node`, a line each. It tells no missing value from
+/// the empty one, and the loader binds no getter.
+void append_records(const Node* node, const std::string& path, std::vector<std::string>* lines) {
+  const auto bits_of = [](const auto& record) {
+    std::string bits;
+    for (const AttributeBit bit : {kWritable, kDisabled, kPassiveNotification, kActiveNotification})
+      bits += has(record, bit) ? '1' : '0';
+    return bits;
+  };
+  for (const Parameter* param = node->params; param; param = param->next)
+    lines->push_back(path + param->name.get() + " " + bits_of(*param) + " " +
+                     std::to_string(param->type) + " " + std::to_string(param->min) + " " +
+                     std::to_string(param->max) + " {" + param->enumeration.c_str() +
+                     "} = " + param->value.c_str());
+  for (const Node* child = node->children; child; child = child->next) {
+    const std::string object = path + child->name.get();
+    lines->push_back(object + " " + bits_of(*child));
+    append_records(child, object, lines);
+  }
+}
+
+TEST_P(RoundTrip, ADocumentOfTheXmlLibraryGivesTheSameTree) {
+  RandomChanges changes{GetParam() + 3000, kText};
+  changes.make(300, true);
+  const DocumentPtr document{ixmlDocument_createDocument()};
+  IXML_Element* element = ixmlDocument_createElement(document.get(), "VANTREL_CML");
+  ASSERT_EQ(ixmlNode_appendChild(&document->n, &element->n), IXML_SUCCESS);
+  ASSERT_EQ(CM_RAM2XML_Do(cml_root, element, document.get()), 0);
+  DOMString text = ixmlPrintDocument(document.get());
+  const DocumentPtr parsed{ixmlParseBuffer(text)};
+  ixmlFreeDOMString(text);
+  ASSERT_NE(parsed, nullptr);
+
+  const NodePtr loaded = new_node();
+  ASSERT_EQ(CM_XML2RAM_Default(loaded.get(), ixmlNode_getFirstChild(&parsed->n)), CM_OK);
+  std::vector<std::string> before;
+  append_records(cml_root, "", &before);
+  std::vector<std::string> after;
+  append_records(loaded.get(), "", &after);
+  EXPECT_GT(before.size(), 1000u);
+  EXPECT_EQ(after, before);
+}
+
+#endif
 
 // --- The export, read by another's parser ---
 

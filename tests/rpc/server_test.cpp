@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <sys/resource.h>
 #include <sys/socket.h>
@@ -276,6 +277,36 @@ TEST_F(Server, AHandlersStopEndsTheService) {
   EXPECT_EQ(server.wait(), 0);
   EXPECT_EQ(stopping.answers(), Texts{});  // no result is sent
   EXPECT_FALSE(test::file_exists(socket_path));
+}
+
+Status stop_service(int /*fd*/, char* /*buf*/) {
+  return CM_STOP;
+}
+
+/// Whether a client can connect.
+bool is_listening() {
+  try {
+    const Client client;
+    return true;
+  } catch (const std::runtime_error&) {
+    return false;
+  }
+}
+
+TEST_F(Server, AfterAStopOnlyTheConnectionThatAskedForItIsLeftOpen) {
+  test::Detached service{[] {
+    test::system_log().on_open = [] { CM_RPC_PROCESS_FUNCTABLE[28] = stop_service; };
+    const std::size_t before = open_descriptors(getpid());
+    const int result = CM_RPC_ServerStart();
+    return "result " + std::to_string(result) + ", " +
+           std::to_string(open_descriptors(getpid()) - before) + " more open";
+  }};
+  ASSERT_TRUE(eventually(is_listening));
+  const Client parked;
+  parked.send(unreadable());
+  const Client stopping;
+  stopping.send_request({"28"});
+  EXPECT_EQ(service.text(), "result 0, 1 more open");
 }
 
 // --- The recall table ---
