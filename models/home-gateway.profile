@@ -339,6 +339,8 @@ set Status NoLink
 set MaxBitRate 1000
 set DuplexMode Auto
 set ShapingRate -1
+live Status COM_GetWANPhysicalLinkStatus
+live MACAddress GetWANMACAddress
 live Stats.BytesSent GetWANBytesSent
 live Stats.BytesReceived GetWANBytesReceived
 live Stats.PacketsSent GetWANPacketsSent
@@ -346,6 +348,7 @@ live Stats.PacketsReceived GetWANPacketsReceived
 
 [WANDevice.{i}.WANConnectionDevice.{i}.]
 set WANEthernetLinkConfig.EthernetLinkStatus Down
+live WANEthernetLinkConfig.EthernetLinkStatus COM_GetWANPhysicalLinkStatus
 
 # "Disconneting" in the standard's list is a slip that it keeps for old devices.
 [WANDevice.{i}.WANConnectionDevice.{i}.WANIPConnection.{i}.]

@@ -103,6 +103,7 @@ live Status GetELANStatus
 live MACAddress GetEthMacAddr
 live Stats.PacketsSent GetELANStats
 live Stats.PacketsReceived GetELANStats
+live Stats.ErrorsReceived GetELANErrorsReceived
 
 []
 instances LANDevice. 1
@@ -133,6 +134,7 @@ object WANConnectionDevice.{i}.WANEthernetLinkConfig.
 tree WANConnectionDevice.{i}.WANIPConnection.{i}.
 with WANConnectionDevice.{i}.WANPPPConnectionNumberOfEntries
 set WANConnectionDevice.{i}.WANEthernetLinkConfig.EthernetLinkStatus Down
+live WANConnectionDevice.{i}.WANEthernetLinkConfig.EthernetLinkStatus COM_GetWANPhysicalLinkStatus
 
 []
 instances WANDevice. 1
@@ -157,6 +159,8 @@ set Enable 1
 set Status NoLink
 set MaxBitRate 100
 set DuplexMode Auto
+live Status COM_GetWANPhysicalLinkStatus
+live MACAddress GetWANMACAddress
 live Stats.PacketsSent GetWANPacketsSent
 live Stats.PacketsReceived GetWANPacketsReceived
 
@@ -176,6 +180,9 @@ live SubnetMask GetWANIPSubnetMask
 live DefaultGateway GetWANDefaultGateway
 live DNSServers GetWANDNSServers
 live MACAddress GetWANMACAddress
+live Stats.EthernetPacketsSent GetWANPacketsSent
+live Stats.EthernetPacketsReceived GetWANPacketsReceived
+live Stats.EthernetErrorsReceived GetWANEthernetErrorsReceived
 notify ExternalIPAddress active
 
 [WANDevice.1.WANConnectionDevice.1.WANIPConnection.1.]

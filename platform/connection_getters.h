@@ -17,6 +17,7 @@ inline constexpr char kZero[] = "0";
 /// The WAN connection that `path` lies in; false when there is none, which is no error to any
 /// getter: its answer is the empty text.
 [[nodiscard]] bool find_connection(const char* path, int& connection);
+/// Whether the connection's state begins with '1'.
 [[nodiscard]] bool is_up(int connection);
 /// Whether the connection is configured to a fixed address.
 [[nodiscard]] bool is_static(int connection);
@@ -86,11 +87,20 @@ Status service_text(const char*, char* out, std::int32_t size) {
 
 // Getters of which there is only one of a kind.
 
+/// "Connected" or "Disconnected".
 Status wan_status(const char* path, char* out, std::int32_t size);
+/// Seconds for which an up connection has been up; empty while it is down. No value without its
+/// start or the machine's own uptime.
 Status wan_up_time(const char* path, char* out, std::int32_t size);
+/// The learned ones of an up connection, "first,second", the comma also where one is missing; empty
+/// while it is down. The configured ones, up or down, where they go first or the address is fixed.
 Status wan_name_servers(const char* path, char* out, std::int32_t size);
+/// Up or down.
 Status wan_mac_address(const char* path, char* out, std::int32_t size);
+/// Up or down; no value without a lease.
 Status wan_lease_time(const char* path, char* out, std::int32_t size);
+/// The driver's channel where it is chosen automatically, else the one stored for this parameter; 1
+/// where that is not known.
 Status wlan_channel(const char* path, char* out, std::int32_t size);
 
 }  // namespace gwconf

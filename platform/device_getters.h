@@ -82,6 +82,8 @@ Status written_text_or_maker(const char*, char* out, std::int32_t size) {
   return CM_OK;
 }
 
+// How the result of a service tells that it failed.
+
 template <int kCode>
 constexpr bool is(int result) {
   return result == kCode;
@@ -97,8 +99,10 @@ Status sized_text(const char*, char* out, std::int32_t size) {
   if (size < 1) return CM_INVALID;
   *out = '\0';
   const bool failed = kFailed(kWrite(out, size));
-  out[failed ? 0 : size - 1] = '\0';
-  return failed ? CM_INVALID : CM_OK;
+  out[size - 1] = '\0';
+  if (!failed) return CM_OK;
+  *out = '\0';
+  return CM_INVALID;
 }
 
 /// Writes the value of `key` in the device information file, which is kept as a format: "%%" stands
@@ -137,12 +141,17 @@ int newest_log(char* text, int size);
 
 // Getters of which there is only one of a kind.
 
+/// At most 20 characters.
 Status serial_number(const char*, char* out, std::int32_t size);
+/// Seconds since the machine started.
 Status up_time(const char*, char* out, std::int32_t size);
+/// " 7.25%", five columns at least; no value when it cannot be told.
 Status processor_load(const char*, char* out, std::int32_t size);
-/// One counter of the LAN record, by the name that the path holds.
+/// One counter of the LAN record, by the name that the path holds; no value for any other name.
 Status lan_statistics(const char* path, char* out, std::int32_t size);
+/// "Up" or "NoLink".
 Status lan_port_status(const char* path, char* out, std::int32_t size);
+/// Frames received with errors; no value when the switch tells none.
 Status lan_port_errors(const char* path, char* out, std::int32_t size);
 
 }  // namespace gwconf

@@ -12,7 +12,7 @@ struct RecallRow {
   std::int32_t remaining;
 };
 
-/// Seconds since the machine started.
+/// Seconds since the machine started; 0 when the kernel does not tell.
 [[nodiscard]] std::uint32_t system_uptime();
 
 /// When each row of a table is due. Nothing runs by itself: time passes only from scan to scan.

@@ -41,6 +41,7 @@ class InterfaceList {
 /// Physical Ethernet interfaces on the LAN side: no default route, no radio, and not the port that
 /// only joins a switch to the processor.
 [[nodiscard]] InterfaceList lan_ports();
+/// Interfaces with a radio.
 [[nodiscard]] InterfaceList wireless_interfaces();
 
 /// Reads the first line of what the kernel tells of an interface. False, and the empty text, when
@@ -48,6 +49,7 @@ class InterfaceList {
 bool read_attribute(const char* interface, const char* attribute, std::span<char> text);
 /// The same as a number; 0 when the kernel tells none.
 [[nodiscard]] std::uint64_t read_counter(const char* interface, const char* attribute);
+/// Whether its link is up; an interface that is switched off has none.
 [[nodiscard]] bool has_carrier(const char* interface);
 [[nodiscard]] bool is_ppp(const char* interface);
 

@@ -49,10 +49,11 @@ class ProcessorLoad {
   double measure() {
     ProcessorTime now;
     if (!read_processor_time(now)) return -1.0;
-    // Times that went backwards are those of another count: it is measured from its start.
-    if (now.total < last_.total || now.idle < last_.idle) last_ = {};
+    // A total that went backwards is that of another count: it is measured from its start.
+    if (now.total < last_.total) last_ = {};
     const std::uint64_t elapsed = now.total - last_.total;
-    const std::uint64_t idle = now.idle - last_.idle;
+    // The kernel's time of waiting alone may run backwards.
+    const std::uint64_t idle = now.idle > last_.idle ? now.idle - last_.idle : 0;
     if (elapsed > 0)  // within the same tick the load is what it was
       percent_ = idle < elapsed
                      ? 100.0 * static_cast<double>(elapsed - idle) / static_cast<double>(elapsed)

@@ -83,5 +83,5 @@ const char* cal_wlan_get_auto_channel_e(int radio) {
   std::snprintf(path, sizeof path,
                 "InternetGatewayDevice.LANDevice.1.WLANConfiguration.%d.AutoChannelEnable", radio);
   const OwnedText value = stored(path);
-  return value && !value.view().empty() && !is_off(value) ? "1" : "0";
+  return value.view().empty() || is_off(value) ? "0" : "1";
 }

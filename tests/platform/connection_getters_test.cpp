@@ -106,6 +106,7 @@ struct AddressRow {
   const char* live;
   const char* configured;
   const char* live_service;
+  const char* configured_service = "";
 };
 
 class AddressGetter : public WanGetter, public ::testing::WithParamInterface<AddressRow> {};
@@ -122,7 +123,8 @@ TEST_P(AddressGetter, ADownStaticConnectionHasItsConfiguredValue) {
   is_down();
   has_mode("Static");
   EXPECT_EQ(get(GetParam().getter, kWan), text(GetParam().configured));
-  EXPECT_THAT(services().calls, Not(Contains(std::string{GetParam().live_service} + "(2)")));
+  EXPECT_EQ(services().calls, (Calls{kMapped, "sal_wan_get_con_state_t(2)", "hcal_wan_get_mode(2)",
+                                     std::string{GetParam().configured_service} + "(2)"}));
 }
 
 TEST_P(AddressGetter, ADownDynamicConnectionHasNone) {
@@ -138,16 +140,21 @@ TEST_P(AddressGetter, ADownDynamicConnectionHasNone) {
 TEST_P(AddressGetter, NoTextIsTheEmptyText) {
   services().text(GetParam().live_service, std::nullopt);
   EXPECT_EQ(get(GetParam().getter, kWan), text(""));
+  is_down();
+  has_mode("Static");
+  services().text(GetParam().configured_service, std::nullopt);
+  EXPECT_EQ(get(GetParam().getter, kWan), text(""));
 }
 
-INSTANTIATE_TEST_SUITE_P(Wan, AddressGetter,
-                         ::testing::Values(AddressRow{"GetWANIPExternalIPAddress", "203.0.113.7",
-                                                      "198.51.100.7", "sal_wan_get_con_ip_t"},
-                                           AddressRow{"GetWANIPSubnetMask", "255.255.255.0",
-                                                      "255.255.0.0", "sal_wan_get_con_ipmask_t"},
-                                           AddressRow{"GetWANDefaultGateway", "203.0.113.1",
-                                                      "198.51.100.1", "sal_wan_get_con_gw_t"}),
-                         [](const auto& row) { return std::string{row.param.getter}; });
+INSTANTIATE_TEST_SUITE_P(
+    Wan, AddressGetter,
+    ::testing::Values(AddressRow{"GetWANIPExternalIPAddress", "203.0.113.7", "198.51.100.7",
+                                 "sal_wan_get_con_ip_t", "hcal_wan_get_ip_addr"},
+                      AddressRow{"GetWANIPSubnetMask", "255.255.255.0", "255.255.0.0",
+                                 "sal_wan_get_con_ipmask_t", "hcal_wan_get_ip_net_mask"},
+                      AddressRow{"GetWANDefaultGateway", "203.0.113.1", "198.51.100.1",
+                                 "sal_wan_get_con_gw_t", "hcal_wan_get_gateway"}),
+    [](const auto& row) { return std::string{row.param.getter}; });
 
 class PppGetter : public WanGetter, public ::testing::WithParamInterface<AddressRow> {};
 
@@ -212,6 +219,13 @@ TEST_F(WanGetter, AStaticConnectionAnswersTheConfiguredNameServersUpOrDown) {
   EXPECT_EQ(get("GetWANDNSServers", kWan), text("198.51.100.53,198.51.100.54"));
   is_down();
   EXPECT_EQ(get("GetWANDNSServers", kWan), text("198.51.100.53,198.51.100.54"));
+}
+
+TEST_F(WanGetter, ConfiguredNameServersAreAskedForByConnection) {
+  has_mode("Static");
+  get("GetWANDNSServers", kWan);
+  EXPECT_EQ(services().calls, (Calls{kMapped, "hcal_wan_get_dns_override(2)",
+                                     "hcal_wan_get_mode(2)", "hcal_wan_get_dns_servers(2)"}));
 }
 
 TEST_F(WanGetter, OnlyExactlyZeroTurnsTheOverrideOff) {

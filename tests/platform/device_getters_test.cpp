@@ -214,6 +214,17 @@ TEST_F(SystemGetter, SystemLogForcesTheLastByteToNul) {
   EXPECT_EQ(out[7], '\0');
 }
 
+TEST_F(SystemGetter, AFailedLogForcesTheLastByteToNulToo) {
+  for (const char* name : {"GetSystemLog", "GetCWMPLog"}) {
+    char out[8] = {'~', '~', '~', '~', '~', '~', '~', '~'};
+    services().result("log_get_content", 0);
+    services().result("log_get_cwmp_debug_info", -1);
+    EXPECT_EQ(CM_platform_fn_init(name)->getter("A.B", out, 8), CM_INVALID);
+    EXPECT_STREQ(out, "") << name;
+    EXPECT_EQ(out[7], '\0') << name;
+  }
+}
+
 TEST_F(SystemGetter, SystemLogHasNoValueBelowOneByte) {
   services().text("log_get_content", "leftover");
   services().result("log_get_content", 0);

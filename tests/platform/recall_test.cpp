@@ -1,13 +1,28 @@
 #include "platform/recall.h"
 
 #include <array>
+#include <optional>
 #include <string>
 #include <sys/sysinfo.h>
-#include <unistd.h>
 
 #include <gtest/gtest.h>
 
+#include "core/paths.h"
 #include "platform/ethernet_statistics.h"
+#include "tests/support/sandbox.h"
+
+namespace {
+
+/// What the kernel tells; none when it tells nothing.
+std::optional<long> kernel_uptime;
+
+}  // namespace
+
+extern "C" int __wrap_sysinfo(struct sysinfo* system) {
+  if (!kernel_uptime) return -1;
+  system->uptime = *kernel_uptime;
+  return 0;
+}
 
 namespace gwconf {
 namespace {
@@ -108,29 +123,34 @@ TEST(RecallTable, RefreshesTheEthernetStatisticsEveryFiveSeconds) {
   EXPECT_EQ(platform_fn_recall_tab[1].remaining, 0);
 }
 
-TEST(RecallTable, TheProcessWideScanStartsItsPeriodOnTheSystemsClock) {
-  struct sysinfo system = {};
-  ASSERT_EQ(sysinfo(&system), 0);
-  EXPECT_GE(system_uptime(), static_cast<std::uint32_t>(system.uptime));
-  EXPECT_LE(system_uptime(), static_cast<std::uint32_t>(system.uptime) + 2);
+TEST(SystemUptime, IsTheKernelsInWholeSeconds) {
+  kernel_uptime = 86461;
+  EXPECT_EQ(system_uptime(), 86461U);
+}
 
-  auto& row = platform_fn_recall_tab[0];
-  const RecallRow as_built = row;
-  row.refresh = [] { ran += 'r'; };
-  ran.clear();
-  scan_recall_func_table();
-  EXPECT_EQ(ran, "");
-  EXPECT_EQ(row.remaining, 5);
+TEST(SystemUptime, IsZeroWhenTheKernelDoesNotTell) {
+  kernel_uptime = std::nullopt;
+  EXPECT_EQ(system_uptime(), 0U);
+}
 
-  // Due at the next scan that a later second allows.
-  row.remaining = 0;
-  const std::uint32_t scanned_by = system_uptime();
-  scan_recall_func_table();
-  while (system_uptime() <= scanned_by)
-    usleep(10'000);
-  scan_recall_func_table();
-  EXPECT_EQ(ran, "r");
-  row = as_built;
+TEST(RecallTable, TheFirstRequestRefreshesNothingAndOneFiveSecondsLaterDoes) {
+  test::clear_sandbox();
+  test::write_file(paths().proc_net_dev,
+                   "Inter-|   Receive\n face |bytes\neth0: 1 2 0 0 0 0 0 0 3 4 0 0 0 0 0 0\n");
+  ethernet_statistics = {};
+  const auto packets_after_request_at = [](long second) {
+    kernel_uptime = second;
+    scan_recall_func_table();
+    return ethernet_statistics.packets_sent;
+  };
+  EXPECT_EQ(packets_after_request_at(100), 0U);
+  EXPECT_EQ(packets_after_request_at(104), 0U);
+  EXPECT_EQ(packets_after_request_at(105), 4U);
+  ethernet_statistics.packets_sent = 0;
+  EXPECT_EQ(packets_after_request_at(105), 0U);
+  EXPECT_EQ(packets_after_request_at(109), 0U);
+  EXPECT_EQ(packets_after_request_at(110), 4U);
+  platform_fn_recall_tab[0].remaining = 0;  // as built
 }
 
 }  // namespace

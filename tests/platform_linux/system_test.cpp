@@ -141,6 +141,13 @@ TEST_F(LoadTest, ACountThatWentBackwardsStartsAnew) {
   EXPECT_EQ(sal_get_cpu_utilization(1), 25.0);
 }
 
+TEST_F(LoadTest, WaitingThatRanBackwardsStartsNothingAnew) {
+  kernel_counts("10 0 0 5 5 0 0 0 0 0");
+  sal_get_cpu_utilization(1);
+  kernel_counts("20 0 0 5 4 0 0 0 0 0");
+  EXPECT_EQ(sal_get_cpu_utilization(1), 100.0);
+}
+
 TEST_F(LoadTest, OldKernelsTellFewerKinds) {
   kernel_counts("4 0 0 2");
   EXPECT_EQ(sal_get_cpu_utilization(1), 75.0);
