@@ -5,11 +5,13 @@ import os
 import re
 import shutil
 import subprocess
+import sys
 import tempfile
 import time
 import unittest
 from pathlib import Path
 
+sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "support"))
 from daemon_requests import ROOT, Client, Model, broken_requests, random_requests
 
 MODEL = Model(os.environ["GWCONF_MODEL"])

@@ -1,0 +1,117 @@
+"""What the daemon writes to the system log, as a log that listens on /dev/log gets it.
+
+Runs in a mount namespace of its own (unshare --mount), where /dev is this test's. Needs GWCONFD and GWCONF_MODEL.
+"""
+
+import os
+import shutil
+import socket
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+from pathlib import Path
+
+sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "support"))
+from daemon_requests import ROOT, Client
+
+TABLE = ROOT + "Layer3Forwarding.Forwarding."
+# Facility user, priority warning; then the time, without the host's name or a process id.
+LINE = r"^<12>[A-Z][a-z]{2} [ \d]\d \d\d:\d\d:\d\d \[CONFIG\]: "
+
+
+class SystemLog(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        subprocess.run(["mount", "-t", "tmpfs", "gwconf-test", "/dev"], check=True)
+        Path("/dev/null").touch()
+
+    def setUp(self):
+        self.folder = Path(tempfile.mkdtemp(prefix="gwconf-log."))
+        self.addCleanup(shutil.rmtree, self.folder)
+        for name in ("etc", "dev", "tmp"):
+            (self.folder / name).mkdir()
+        for name in ("dev/mtd9", "dev/mtd10"):
+            (self.folder / name).touch()
+        shutil.copy(os.environ["GWCONF_MODEL"], self.folder / "etc/default.xml")
+        self.client = Client(str(self.folder / "tmp/Vantrel_cm_socket"), "<" if sys.byteorder == "little" else ">")
+
+    def listen(self):
+        log = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
+        self.addCleanup(log.close)
+        log.bind("/dev/log")
+        self.addCleanup(os.unlink, "/dev/log")
+        log.settimeout(0)
+        return log
+
+    def start(self):
+        daemon = subprocess.Popen(
+            [os.environ["GWCONFD"]],
+            env=dict(os.environ, GWCONF_SANDBOX=str(self.folder)),
+            stdout=subprocess.DEVNULL,
+            stderr=subprocess.DEVNULL,
+        )
+        self.addCleanup(daemon.wait)
+        self.addCleanup(daemon.terminate)
+        for _ in range(200):
+            try:
+                self.client.ask("2", ROOT)
+                return
+            except OSError:
+                time.sleep(0.05)
+        self.fail("the daemon does not answer")
+
+    def assert_lines(self, log, *wanted):
+        """What came since the last look; a request's line is sent before its answer."""
+        lines = []
+        try:
+            while True:
+                lines.append(log.recv(65536).decode().rstrip("\0"))
+        except BlockingIOError:
+            pass
+        self.assertEqual(len(lines), len(wanted), lines)
+        for line, text in zip(lines, wanted):
+            self.assertRegex(line, LINE)
+            self.assertEqual(line.split("[CONFIG]: ", 1)[1], text)
+
+    def test_instances_come_and_go(self):
+        log = self.listen()
+        self.start()
+        self.assert_lines(log)
+        self.assertEqual(self.client.ask("10", TABLE, "41"), [b"0\0"])
+        self.assert_lines(log, f"Add object {TABLE} instance 41")
+        self.assertEqual(self.client.ask("11", TABLE, "42"), [b"0\0"])
+        self.assert_lines(log, f"Add object {TABLE} instance 42")
+        self.assertEqual(self.client.ask("12", TABLE, "41"), [b"0\0"])
+        self.assert_lines(log, f"Delete object {TABLE} instance 41")
+        self.assertEqual(self.client.ask("13", TABLE + "42."), [b"0\0"])
+        self.assert_lines(log, f"Delete object {TABLE}42.")
+
+    def test_other_requests_say_nothing(self):
+        log = self.listen()
+        self.start()
+        self.client.ask("0", ROOT + "Time.NTPServer1", "a")
+        self.client.ask("14", TABLE, "1")
+        self.client.ask("17", TABLE)
+        self.client.ask("19")
+        self.assert_lines(log)
+
+    def test_a_refusal_says_nothing(self):
+        log = self.listen()
+        self.start()
+        self.assertEqual(self.client.ask("10", TABLE, "7"), [b"0\0"])
+        self.assert_lines(log, f"Add object {TABLE} instance 7")
+        self.assertEqual(self.client.ask("10", TABLE, "7"), [b"5\0"])
+        self.assertEqual(self.client.ask("12", TABLE, "8"), [b"2\0"])
+        self.assertEqual(self.client.ask("13", TABLE + "%s%n."), [b"2\0"])
+        self.assert_lines(log)
+
+    def test_without_a_log_it_serves(self):
+        self.start()
+        self.assertEqual(self.client.ask("10", TABLE, "41"), [b"0\0"])
+        self.assertEqual(self.client.ask("12", TABLE, "41"), [b"0\0"])
+
+
+if __name__ == "__main__":
+    unittest.main()
