@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <iostream>
@@ -51,6 +52,7 @@ struct Line {
   std::string objection;
   if (source.bad() || !source.eof())
     objection = errno != 0 ? std::strerror(errno) : "cannot be read";
+  if (file == "-" && std::ferror(stdin) != 0) objection = std::strerror(errno);
   if (text.size() > kLargestFile) objection = "longer than 16 MiB";
   if (text.find('\0') != std::string::npos) objection = "binary, no batch file";
   if (objection.empty()) return text;
@@ -358,9 +360,11 @@ void report(const Session& session, const std::vector<Line>& lines, const std::s
     const Exit exit = send(session, lines, guardian, interruption, back);
     if (exit == Exit::kDone) {
       if (pending) {
-        pending->write({{"socket", session.output.socket_path()},
-                        {"seconds", seconds},
-                        {"undo", json_of(back)}});
+        Json undone = Json::array();
+        for (const Step& step : back)
+          undone.push_back(name_of(step));
+        pending->write(
+            {{"socket", session.output.socket_path()}, {"seconds", seconds}, {"undo", undone}});
         guardian.wait_for_confirmation();
         session.output.complaint("apply " + file, "undone in " + std::to_string(seconds) +
                                                       " seconds unless `gwctl confirm` comes");

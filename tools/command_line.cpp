@@ -3,9 +3,12 @@
 #include "tools/command_line.h"
 
 #include <algorithm>
+#include <climits>
+#include <fcntl.h>
 #include <functional>
 #include <iostream>
 #include <optional>
+#include <unistd.h>
 
 #include <CLI/CLI.hpp>
 
@@ -14,6 +17,7 @@
 #include "tools/browse.h"
 #include "tools/configuration.h"
 #include "tools/guardian.h"
+#include "tools/hint.h"
 #include "tools/instances.h"
 #include "tools/offline/offline.h"
 #include "tools/raw.h"
@@ -47,6 +51,56 @@ struct CommandLine {
 
   [[nodiscard]] Kind kind() const { return is_virtual ? Kind::kVirtual : Kind::kReal; }
 };
+
+/// Goes before a word that the parser would not take as it stands: [A,B] for a list of two, ++ for
+/// the end of a verb.
+constexpr char kAsItStands = '\1';
+
+[[nodiscard]] std::string marked(const std::string& word) {
+  const bool is_special = word.starts_with('[') || word == "++" || word.starts_with(kAsItStands);
+  return is_special ? kAsItStands + word : word;
+}
+
+[[nodiscard]] std::string unmarked(const std::string& word) {
+  return word.starts_with(kAsItStands) ? word.substr(1) : word;
+}
+
+void unmark_arguments(CLI::App& app) {
+  for (CLI::Option* option : app.get_options())
+    option->transform(unmarked);
+  for (CLI::App* sub : app.get_subcommands([](CLI::App*) { return true; }))
+    unmark_arguments(*sub);
+}
+
+/// Throws CLI::ParseError.
+void parse(CLI::App& app, const std::vector<std::string>& words) {
+  std::vector<std::string> latest_first(words.size());
+  std::transform(words.rbegin(), words.rend(), latest_first.begin(), marked);
+  app.parse(std::move(latest_first));
+}
+
+/// What is wrong with a command line, which names a verb that there is not, or none, or uses one
+/// wrongly.
+[[nodiscard]] std::string objection_of(const CLI::App& app, const CLI::Error& error) {
+  const CLI::App* inner = &app;
+  while (!inner->get_subcommands().empty())
+    inner = inner->get_subcommands().front();
+  std::vector<std::string> verbs;
+  for (const CLI::App* sub : inner->get_subcommands([](const CLI::App*) { return true; }))
+    verbs.push_back(sub->get_name());
+  std::string text = error.what();
+  if (!verbs.empty() && error.get_name() == "RequiredError") {
+    text = "no verb";
+    for (const std::string& word : app.remaining(true)) {
+      if (word.starts_with('-')) continue;
+      text = unmarked(word);
+      text += " is no verb" + question_of(near_names(text, verbs));
+      break;
+    }
+  }
+  std::erase(text, kAsItStands);
+  return harmless(text, "\n");
+}
 
 /// Puts verbs into an application and their arguments into a command line.
 class Wiring {
@@ -88,7 +142,7 @@ class Wiring {
               [&line](const Session& s) { return tree(s, line.path, line.view); });
     sub->add_option("PATH", line.path, "Object (else the root)");
     sub->add_option("--depth", line.view.depth, "Levels below the object")
-        ->check(CLI::NonNegativeNumber);
+        ->check(CLI::Range(0, INT_MAX));
     sub->add_flag("--values", line.view.values, "With values");
     sub->add_flag("--user-set", line.view.user_set, "Only what was set since the defaults");
 
@@ -232,39 +286,58 @@ void set_up(CLI::App& app, CommandLine& line) {
   app.require_subcommand(1);
   app.fallthrough();
   app.add_flag("--json", line.json, "Print JSON");
-  app.failure_message([](const CLI::App*, const CLI::Error& error) {
-    return std::string{"gwctl: "} + error.what() + "\nRun with --help for more information.\n";
+  app.failure_message([](const CLI::App* whole, const CLI::Error& error) {
+    return "gwctl: " + objection_of(*whole, error) + "\nRun with --help for more information.\n";
   });
   Wiring{app, line}.add_all();
   add_offline_verbs(app, [&line](Verb verb) { line.verb = std::move(verb); });
+  unmark_arguments(app);
 }
 
 [[nodiscard]] Exit end_of(const CLI::App& app, const CLI::ParseError& error) {
   return app.exit(error) == 0 ? Exit::kDone : Exit::kWrongUse;
 }
 
+/// The exit status. What could not be printed is no success.
+[[nodiscard]] int status_of(Exit exit) {
+  if (!std::cout.flush()) {
+    std::cerr << "gwctl: standard output: cannot be written\n";
+    exit = worse(exit, Exit::kWrongUse);
+  }
+  return static_cast<int>(exit);
+}
+
+/// Puts something useless in the place of standard descriptors that are closed: what is opened
+/// later must not land there and be taken for input or output. Using them fails as before.
+void occupy_standard_descriptors() {
+  for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+    if (fcntl(descriptor, F_GETFD) < 0)
+      static_cast<void>(open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY));
+}
+
 }  // namespace
 
 int run(int argc, char** argv) {
+  occupy_standard_descriptors();
   CommandLine line;
   CLI::App app{"Talks to the gateway's configuration manager.", "gwctl"};
   app.set_version_flag("--version", "gwctl " GWCONF_VERSION);
   app.footer(
       "Exit status: 0 done, 1 refused by the daemon, 2 wrong use, 3 daemon not reachable, "
       "4 findings.");
-  app.add_option("--socket", line.socket_path,
-                 "The daemon's socket (else GWCONF_SOCKET, else the system's)");
+  const CLI::Option* socket = app.add_option(
+      "--socket", line.socket_path, "The daemon's socket (else GWCONF_SOCKET, else the system's)");
   app.add_option("--timeout", line.timeout_seconds, "Seconds that a request may take")
       ->check(CLI::Range(1, 86400));
   set_up(app, line);
 
   try {
-    app.parse(argc, argv);
+    parse(app, {argv + std::min(argc, 1), argv + argc});
   } catch (const CLI::ParseError& error) {
-    return static_cast<int>(end_of(app, error));
+    return status_of(end_of(app, error));
   }
 
-  Client client{line.socket_path.empty() ? nullptr : line.socket_path.c_str()};
+  Client client{socket->count() > 0 ? line.socket_path.c_str() : nullptr};
   if (client.code() != GWCONF_OK) {
     std::cerr << "gwctl: --socket: " << client.code() << " (" << gwconf_strerror(client.code())
               << ")\n";
@@ -272,11 +345,9 @@ int run(int argc, char** argv) {
   }
   if (client.set_timeout(line.timeout_seconds * 1000) != GWCONF_OK)
     return static_cast<int>(Exit::kWrongUse);
-  const Session session{client, Output{line.json, client.socket_path()}};
-  const Exit exit = line.verb(session);
-  if (std::cout.flush()) return static_cast<int>(exit);
-  session.output.complaint("standard output", "cannot be written");
-  return static_cast<int>(worse(exit, Exit::kWrongUse));
+  const Session session{client, Output{line.json, client.socket_path()},
+                        line.timeout_seconds * 1000};
+  return status_of(line.verb(session));
 }
 
 Exit run_line(const Session& shell, const std::vector<std::string>& words) {
@@ -284,12 +355,13 @@ Exit run_line(const Session& shell, const std::vector<std::string>& words) {
   CLI::App app{"Verbs; \"help VERB\" tells more of one, \"exit\" leaves.", ""};
   set_up(app, line);
   try {
-    app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
+    parse(app, words);
   } catch (const CLI::ParseError& error) {
     return end_of(app, error);
   }
-  return line.verb(
-      Session{shell.client, Output{shell.output.json() || line.json, shell.output.socket_path()}});
+  return line.verb(Session{shell.client,
+                           Output{shell.output.json() || line.json, shell.output.socket_path()},
+                           shell.timeout});
 }
 
 std::vector<VerbNames> verb_names() {

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <iterator>
 
+#include "tools/words.h"
+
 namespace gwconf::tool {
 namespace {
 
@@ -14,11 +16,6 @@ void keep_beginning_with(std::string_view word, std::vector<std::string>& candid
 }
 
 }  // namespace
-
-std::string_view Completion::last_word(std::string_view line) {
-  const std::size_t blank = line.find_last_of(" \t");
-  return blank == std::string_view::npos ? line : line.substr(blank + 1);
-}
 
 std::vector<std::string> Completion::candidates(std::string_view line) {
   const std::string_view word = last_word(line);
@@ -39,7 +36,7 @@ std::vector<std::string> Completion::candidates(std::string_view line) {
   } else if (const std::size_t equals = word.find('='); equals != std::string_view::npos) {
     const std::string path{word.substr(0, equals)};
     for (const std::string& value : values(path))
-      found.push_back(path + "=" + value);
+      found.push_back(path + "=" + as_word(value));
   } else {
     found = paths(word, verb == "set");
   }

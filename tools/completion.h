@@ -17,11 +17,8 @@ class Completion {
  public:
   explicit Completion(const Client& client) : client_{client}, verbs_{verb_names()} {}
 
-  /// All that the last word of a line (which ends at the cursor) may become.
+  /// All that the last word of a line (which ends at the cursor) may become, as it is written.
   [[nodiscard]] std::vector<std::string> candidates(std::string_view line);
-
-  /// The last word of a line as far as it came.
-  [[nodiscard]] static std::string_view last_word(std::string_view line);
 
   /// The tree may have changed.
   void forget() { tree_.reset(); }

@@ -1,11 +1,11 @@
 #include "tools/configuration.h"
 
-#include <cerrno>
-#include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <unistd.h>
+
+#include "tools/failure.h"
+#include "tools/files.h"
 
 namespace gwconf::tool {
 namespace {
@@ -61,13 +61,11 @@ Exit export_xml(const Session& session, const std::string& path, const std::stri
     session.output.line(session.output.shown_lines(text));
     return Exit::kDone;
   }
-  errno = 0;
-  std::ofstream stream{file, std::ios::binary | std::ios::trunc};
-  stream << xml.value;
-  stream.close();
-  if (!stream) {
-    session.output.complaint("export " + file, std::strerror(errno));
-    return Exit::kWrongUse;
+  try {
+    write_file(file, xml.value, Privacy::kOwner);
+  } catch (const Failure& failure) {
+    session.output.complaint("export " + path, failure.what());
+    return failure.exit();
   }
   if (session.output.json()) return finish(session, "export", path, 0, {{"file", file}});
   return Exit::kDone;

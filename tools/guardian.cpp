@@ -24,6 +24,11 @@ namespace {
 constexpr off_t kLife = 0;
 constexpr off_t kDecision = 1;
 
+/// The file's permissions until somebody has decided, and from then on: a mark that needs no room
+/// on a full disk.
+constexpr mode_t kWaiting = 0600;
+constexpr mode_t kDecided = 0400;
+
 constexpr auto kGlance = std::chrono::milliseconds{100};
 
 [[nodiscard]] bool lock(int descriptor, off_t byte, int command) {
@@ -49,10 +54,11 @@ void unlock(int descriptor, off_t byte) {
 }
 
 [[nodiscard]] std::string pending_path(const std::string& socket_path) {
-  const char* given = std::getenv("XDG_RUNTIME_DIR");
+  // Not a folder of the login, which is emptied when the line breaks that the batch has cut.
+  const char* given = std::getenv("TMPDIR");
   std::error_code error;
   const std::string folder =
-      given && *given && std::filesystem::is_directory(given, error) ? given : "/tmp";
+      given && *given == '/' && std::filesystem::is_directory(given, error) ? given : "/tmp";
   const std::filesystem::path socket = std::filesystem::absolute(socket_path, error);
   return folder + "/gwctl-" + std::to_string(geteuid()) + "-" +
          std::to_string(std::hash<std::string>{}(socket.lexically_normal().string())) + ".pending";
@@ -100,7 +106,7 @@ class Messages {
     if (pending.is_taken()) return true;
     std::this_thread::sleep_for(kGlance);
   }
-  return !pending.take();
+  return !pending.take() && pending.is_taken();
 }
 
 void take_back(const Client& client, const Steps& steps, const char* why) {
@@ -124,9 +130,8 @@ void guard(const Client& client, const PendingFile* pending, int seconds, int de
         take_back(client, steps, "nobody confirmed it");
       return;
     }
-    Steps newer = steps_of(message);
-    newer.insert(newer.end(), steps.begin(), steps.end());
-    steps = std::move(newer);
+    const Steps newer = steps_of(message);
+    steps.insert(steps.begin(), newer.begin(), newer.end());
   }
   if (pending) std::ignore = pending->take();
   take_back(client, steps, "gwctl ended in the middle of it");
@@ -169,11 +174,15 @@ std::optional<PendingFile> PendingFile::create(const std::string& socket_path) {
     close(old);
   }
   const int descriptor =
-      open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+      open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kWaiting);
   if (descriptor < 0) return {};
   PendingFile file{descriptor, path};
-  if (!lock(descriptor, kLife, F_OFD_SETLK)) return {};
-  return file;
+  struct stat status {};
+  const bool is_locked = lock(descriptor, kLife, F_OFD_SETLK) && fstat(descriptor, &status) == 0;
+  // Without the lock for a moment it may have been taken for a left over one.
+  if (is_locked && status.st_nlink > 0) return file;
+  errno = EEXIST;
+  return {};
 }
 
 std::optional<PendingFile> PendingFile::open_waiting(const std::string& socket_path) {
@@ -194,15 +203,18 @@ void PendingFile::write(const Json& content) const {
 
 bool PendingFile::take() const {
   if (!lock(descriptor_, kDecision, F_OFD_SETLKW)) return false;
-  const bool is_first = !is_taken();
-  if (is_first) unlink(path_.c_str());
+  struct stat status {};
+  const bool is_first =
+      fstat(descriptor_, &status) == 0 && !is_taken() && fchmod(descriptor_, kDecided) == 0;
+  // What has vanished may have made room for another batch's file.
+  if (is_first && status.st_nlink > 0) unlink(path_.c_str());
   unlock(descriptor_, kDecision);
   return is_first;
 }
 
 bool PendingFile::is_taken() const {
   struct stat status {};
-  return fstat(descriptor_, &status) == 0 && status.st_nlink == 0;
+  return fstat(descriptor_, &status) == 0 && (status.st_mode & 0777) == kDecided;
 }
 
 Guardian::Guardian(const Client& client, const PendingFile* pending, int seconds) {

@@ -9,8 +9,9 @@
 
 namespace gwconf::tool {
 
-/// The file that tells that a batch waits for its confirmation: one for each user and socket, below
-/// XDG_RUNTIME_DIR or /tmp, readable by its user only. A guardian that lives holds a lock on it.
+/// The file that tells that a batch waits for its confirmation: one for each user and socket, in
+/// TMPDIR or /tmp, which outlast a login, readable by its user only. A guardian that lives holds a
+/// lock on it.
 class PendingFile {
  public:
   ~PendingFile();
@@ -22,7 +23,8 @@ class PendingFile {
 
   void write(const Json& content) const;
 
-  /// Takes the file away, once: false when somebody else has.
+  /// Decides over the batch and removes the file, once: false when somebody else has decided. A
+  /// file that merely vanishes is no decision.
   [[nodiscard]] bool take() const;
   [[nodiscard]] bool is_taken() const;
 

@@ -4,6 +4,7 @@
 #include <cctype>
 #include <numeric>
 #include <string_view>
+#include <utility>
 
 #include "tools/live_tree.h"
 
@@ -21,17 +22,20 @@ constexpr std::size_t kLongest = 100;
   return text;
 }
 
-/// Insertions, deletions and replacements between two texts.
+/// Insertions, deletions, replacements and swaps of neighbours between two texts.
 [[nodiscard]] std::size_t distance(std::string_view one, std::string_view other) {
+  std::vector<std::size_t> before;
+  std::vector<std::size_t> above;
   std::vector<std::size_t> row(other.size() + 1);
   std::iota(row.begin(), row.end(), std::size_t{0});
   for (std::size_t i = 0; i < one.size(); ++i) {
-    std::size_t diagonal = row[0];
+    before = std::exchange(above, row);
     row[0] = i + 1;
     for (std::size_t j = 0; j < other.size(); ++j) {
-      const std::size_t replaced = diagonal + (one[i] == other[j] ? 0 : 1);
-      diagonal = row[j + 1];
-      row[j + 1] = std::min({replaced, row[j] + 1, diagonal + 1});
+      const std::size_t replaced = above[j] + (one[i] == other[j] ? 0 : 1);
+      row[j + 1] = std::min({replaced, row[j] + 1, above[j + 1] + 1});
+      if (i > 0 && j > 0 && one[i] == other[j - 1] && one[i - 1] == other[j])
+        row[j + 1] = std::min(row[j + 1], before[j - 1] + 1);
     }
   }
   return row.back();
@@ -39,7 +43,7 @@ constexpr std::size_t kLongest = 100;
 
 struct Candidate {
   std::size_t changes = 0;
-  std::string path;
+  std::string name;
 };
 
 void add_same_name(const std::string& path, const LiveObject& object, const std::string& wanted,
@@ -66,6 +70,29 @@ void add_same_name(const std::string& path, const LiveObject& object, const std:
 
 }  // namespace
 
+std::vector<std::string> near_names(const std::string& name, const std::vector<std::string>& names,
+                                    std::optional<std::size_t> most_changes) {
+  if (name.empty() || name.size() > kLongest) return {};
+  const std::string wanted = plain(name);
+  const std::size_t most = most_changes.value_or(wanted.size() / 3);
+  std::vector<Candidate> candidates;
+  for (const std::string& one : names) {
+    const std::string candidate = plain(one);
+    // Each change lengthens or shortens by one at most.
+    if (candidate.size() > wanted.size() + most || wanted.size() > candidate.size() + most)
+      continue;
+    const std::size_t changes = distance(wanted, candidate);
+    if (changes <= most) candidates.push_back({changes, one});
+  }
+  std::stable_sort(
+      candidates.begin(), candidates.end(),
+      [](const Candidate& one, const Candidate& other) { return one.changes < other.changes; });
+  std::vector<std::string> found;
+  for (const Candidate& candidate : candidates)
+    if (found.size() < kMost) found.push_back(candidate.name);
+  return found;
+}
+
 std::vector<std::string> near_paths(const Client& client, const std::string& path) {
   std::string start = existing_part(client, path);
   std::string rest = path.substr(start.size());
@@ -89,26 +116,17 @@ std::vector<std::string> near_paths(const Client& client, const std::string& pat
   const std::string behind = dot == std::string::npos ? "" : rest.substr(dot + 1);
   if (segment.empty() || segment.size() > kLongest) return {};
 
-  std::vector<Candidate> candidates;
-  const std::string wanted = plain(segment);
-  const auto consider = [&](const std::string& name) {
-    const std::size_t changes = distance(wanted, plain(name));
-    if (changes <= wanted.size() / 3) candidates.push_back({changes, start + name});
-  };
+  std::vector<std::string> names;
   for (const LiveObject& child : tree.value.root.objects)
-    if (!child.is_instance() || behind.empty()) consider(child.name);
+    if (!child.is_instance() || behind.empty()) names.push_back(child.name);
   for (const LiveParameter& parameter : tree.value.root.parameters)
-    if (behind.empty()) consider(parameter.name);
-  std::stable_sort(
-      candidates.begin(), candidates.end(),
-      [](const Candidate& one, const Candidate& other) { return one.changes < other.changes; });
+    if (behind.empty()) names.push_back(parameter.name);
 
   std::vector<std::string> found;
-  for (const Candidate& candidate : candidates) {
-    if (found.size() == kMost) break;
+  for (const std::string& name : near_names(segment, names)) {
     const bool goes_on =
-        !behind.empty() && client.get_attributes(candidate.path + behind).code == GWCONF_OK;
-    found.push_back(goes_on ? candidate.path + behind : candidate.path);
+        !behind.empty() && client.get_attributes(start + name + behind).code == GWCONF_OK;
+    found.push_back(start + name + (goes_on ? behind : ""));
   }
   if (found.empty()) add_same_name(start, tree.value.root, plain(split(path).segment), found);
   return found;

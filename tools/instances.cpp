@@ -75,12 +75,13 @@ Exit insert(const Session& session, const std::string& table, unsigned number, K
   return finish_added(session, "insert", path, number, code);
 }
 
-Exit remove(const Session& session, const std::string& path) {
-  const SplitPath place = split(path);
-  const unsigned number = instance_number(place.segment);
-  const int code = number > 0 ? session.client.delete_instance(place.parent, number)
-                              : session.client.delete_node(path);
-  return finish(session, "del", path, code);
+Exit remove(const Session& session, const std::string& object) {
+  const std::string row = as_object(object);
+  const SplitPath place = split(row);
+  if (const unsigned number = instance_number(place.segment); number > 0)
+    return finish(session, "del", row, session.client.delete_instance(place.parent, number));
+  // Any other object only goes when it is named as one, with its dot.
+  return finish(session, "del", object, session.client.delete_node(object));
 }
 
 Exit renumber(const Session& session, const std::string& table, unsigned from, unsigned count) {

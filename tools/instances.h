@@ -27,7 +27,7 @@ Result<std::vector<unsigned>> taken_numbers(const Client& client, const std::str
                           Kind kind);
 
 /// Deletes an instance, or an object with all below it.
-[[nodiscard]] Exit remove(const Session& session, const std::string& path);
+[[nodiscard]] Exit remove(const Session& session, const std::string& object);
 
 /// Closes the gaps between instance numbers; 0 for all from `from` on.
 [[nodiscard]] Exit renumber(const Session& session, const std::string& table, unsigned from,

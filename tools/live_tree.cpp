@@ -9,6 +9,9 @@ namespace {
 /// Values are bytes: line breaks and blanks stay, and what is no UTF-8 passes.
 constexpr unsigned kParsing = pugi::parse_escapes;
 
+/// Models have some ten levels. Trees are read and freed by recursion.
+constexpr int kDeepest = 1000;
+
 [[nodiscard]] int notification_of(std::string_view text) {
   if (text == "1") return GWCONF_NOTIFICATION_PASSIVE;
   return text == "2" ? GWCONF_NOTIFICATION_ACTIVE : GWCONF_NOTIFICATION_NONE;
@@ -28,6 +31,14 @@ constexpr unsigned kParsing = pugi::parse_escapes;
   parameter.writable = is_true(element.attribute("writable").value());
   parameter.notification = notification_of(element.attribute("notification").value());
   return parameter;
+}
+
+/// Whether `levels` more are enough for what is below an element.
+[[nodiscard]] bool is_flat(const pugi::xml_node& element, int levels) {
+  if (levels == 0) return false;
+  for (const pugi::xml_node& child : element.children())
+    if (!is_flat(child, levels - 1)) return false;
+  return true;
 }
 
 [[nodiscard]] LiveObject object_of(const pugi::xml_node& element) {
@@ -119,6 +130,7 @@ std::optional<LiveObject> parse_object(const std::string& xml) {
   pugi::xml_document document;
   const pugi::xml_node content = content_of(document, xml);
   if (!std::string_view{content.attribute("name").value()}.ends_with('.')) return {};
+  if (!is_flat(content, kDeepest)) return {};
   return object_of(content);
 }
 

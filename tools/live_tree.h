@@ -40,7 +40,7 @@ struct LiveTree {
   [[nodiscard]] const LiveObject* find(std::string_view object_path) const;
 };
 
-/// Reads an export. Nothing when it is no XML or has no object.
+/// Reads an export. Nothing when it is no XML, has no object, or goes deeper than any model.
 [[nodiscard]] std::optional<LiveObject> parse_object(const std::string& xml);
 [[nodiscard]] std::optional<LiveParameter> parse_parameter(const std::string& xml);
 

@@ -16,6 +16,13 @@ Exit worse(Exit one, Exit other) {
   return Exit::kDone;
 }
 
+std::string question_of(const std::vector<std::string>& hints) {
+  std::string text;
+  for (const std::string& hint : hints)
+    text += (text.empty() ? "; did you mean " : " or ") + hint;
+  return hints.empty() ? text : text + "?";
+}
+
 Json json_of(int code) {
   return {{"code", code}, {"meaning", gwconf_strerror(code)}};
 }
@@ -49,11 +56,7 @@ Exit Output::failure(std::string_view subject, int code,
   if (code == GWCONF_E_CONNECT) text += " at " + socket_path_;
   if (code == GWCONF_E_CONNECT || code == GWCONF_E_SYSTEM)
     text += std::string{": "} + std::strerror(reason);
-  text += ")";
-  for (std::size_t i = 0; i < hints.size(); ++i)
-    text += (i == 0 ? "; did you mean " : " or ") + hints[i];
-  if (!hints.empty()) text += "?";
-  complaint(subject, text);
+  complaint(subject, text + ")" + question_of(hints));
   return exit_of(code);
 }
 

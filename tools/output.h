@@ -6,22 +6,17 @@
 
 #include <nlohmann/json.hpp>
 
+#include "tools/exit.h"
 #include "tools/screen.h"
 
 namespace gwconf::tool {
 
-/// How a verb ended. The numbers are the process's exit statuses.
-enum class Exit {
-  kDone = 0,
-  kRefused = 1,      ///< by the daemon
-  kWrongUse = 2,     ///< of the command line
-  kUnreachable = 3,  ///< no answer of the daemon's
-  kFindings = 4,     ///< a check of the tool's own found something
-};
-
 /// Of two ends the one that the user must hear of: nobody there, wrong use, refused, findings,
 /// done.
 [[nodiscard]] Exit worse(Exit one, Exit other);
+
+/// "; did you mean A or B?"; nothing when there are no hints.
+[[nodiscard]] std::string question_of(const std::vector<std::string>& hints);
 
 /// JSON that keeps its keys in the order of writing.
 using Json = nlohmann::ordered_json;

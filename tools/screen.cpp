@@ -8,20 +8,14 @@
 namespace gwconf::tool {
 namespace {
 
-/// Bytes of the printable UTF-8 character at the start of `text`; 0 when there is none.
-[[nodiscard]] std::size_t character_length(std::string_view text) {
-  const auto byte = [text](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-  const unsigned first = byte(0);
-  if (first < 0x80) return first >= 0x20 && first != 0x7f ? 1 : 0;
-  const std::size_t length = first >= 0xf0 ? 4 : first >= 0xe0 ? 3 : 2;
-  if (first < 0xc2 || first > 0xf4 || text.size() < length) return 0;
-  for (std::size_t i = 1; i < length; ++i)
-    if ((byte(i) & 0xc0) != 0x80) return 0;
-  const unsigned second = byte(1);
-  const bool is_control = first == 0xc2 && second < 0xa0;
-  const bool is_overlong = (first == 0xe0 && second < 0xa0) || (first == 0xf0 && second < 0x90);
-  const bool is_beyond = (first == 0xed && second >= 0xa0) || (first == 0xf4 && second >= 0x90);
-  return is_control || is_overlong || is_beyond ? 0 : length;
+[[nodiscard]] unsigned byte_at(std::string_view text, std::size_t at) {
+  return static_cast<unsigned char>(text[at]);
+}
+
+/// Whether a text begins with one of the codes that steer a terminal.
+[[nodiscard]] bool begins_with_control(std::string_view text) {
+  const unsigned first = byte_at(text, 0);
+  return first < 0x20 || first == 0x7f || (first == 0xc2 && byte_at(text, 1) < 0xa0);
 }
 
 }  // namespace
@@ -47,19 +41,33 @@ std::string Screen::coloured(Colour colour, std::string_view text) const {
          "\033[0m";
 }
 
+std::size_t utf8_length(std::string_view text) {
+  const unsigned first = byte_at(text, 0);
+  if (first < 0x80) return 1;
+  const std::size_t length = first >= 0xf0 ? 4 : first >= 0xe0 ? 3 : 2;
+  if (first < 0xc2 || first > 0xf4 || text.size() < length) return 0;
+  for (std::size_t at = 1; at < length; ++at)
+    if ((byte_at(text, at) & 0xc0) != 0x80) return 0;
+  const unsigned second = byte_at(text, 1);
+  const bool is_overlong = (first == 0xe0 && second < 0xa0) || (first == 0xf0 && second < 0x90);
+  const bool is_beyond = (first == 0xed && second >= 0xa0) || (first == 0xf4 && second >= 0x90);
+  return is_overlong || is_beyond ? 0 : length;
+}
+
 std::string harmless(std::string_view text, std::string_view kept) {
   constexpr std::string_view kDigits = "0123456789abcdef";
   std::string result;
   while (!text.empty()) {
-    const bool is_kept = kept.find(text[0]) != std::string_view::npos;
-    const std::size_t length = is_kept ? 1 : character_length(text);
-    if (length > 0) {
+    const std::size_t length = utf8_length(text);
+    const bool is_shown =
+        length > 0 && (!begins_with_control(text) || kept.find(text[0]) != std::string_view::npos);
+    if (is_shown) {
       result += text.substr(0, length);
     } else {
-      const auto byte = static_cast<unsigned char>(text[0]);
+      const unsigned byte = byte_at(text, 0);
       result += {'\\', 'x', kDigits[byte >> 4], kDigits[byte & 15]};
     }
-    text.remove_prefix(length > 0 ? length : 1);
+    text.remove_prefix(is_shown ? length : 1);
   }
   return result;
 }

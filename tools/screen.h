@@ -20,6 +20,10 @@ struct Screen {
   [[nodiscard]] std::string coloured(Colour colour, std::string_view text) const;
 };
 
+/// Length in bytes of the UTF-8 character at the start of a text that is not empty; 0 when there is
+/// none.
+[[nodiscard]] std::size_t utf8_length(std::string_view text);
+
 /// The text with \xNN for every byte that would steer a terminal or is no UTF-8, but those in
 /// `kept`.
 [[nodiscard]] std::string harmless(std::string_view text, std::string_view kept = {});

@@ -9,6 +9,7 @@ namespace gwconf::tool {
 struct Session {
   const Client& client;
   Output output;
+  int timeout = GWCONF_TIMEOUT_DEFAULT;  ///< of a request, in milliseconds
 };
 
 /// Tells a failed request for a path, with the paths that may have been meant when it names

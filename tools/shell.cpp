@@ -1,9 +1,12 @@
 #include "tools/shell.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <clocale>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <histedit.h>
 #include <iostream>
 #include <memory>
@@ -97,7 +100,7 @@ unsigned char complete(EditLine* editor, int) {
   const std::string line{info->buffer, static_cast<std::size_t>(info->cursor - info->buffer)};
   const std::vector<std::string> candidates = completion->candidates(line);
   if (candidates.empty()) return CC_REFRESH_BEEP;
-  const std::size_t typed = Completion::last_word(line).size();
+  const std::size_t typed = last_word(line).size();
   std::string more = common_start(candidates).substr(typed);
   if (candidates.size() == 1 && !candidates[0].ends_with('.') && !candidates[0].ends_with('='))
     more += ' ';
@@ -189,6 +192,10 @@ Exit shell(const Session& session) {
     Exit exit = Exit::kDone;
     if (!run_text(session, text, exit)) break;
     worst = worse(worst, exit);
+  }
+  if (std::ferror(stdin) != 0) {
+    session.output.complaint("shell", std::string{"standard input: "} + std::strerror(errno));
+    worst = worse(worst, Exit::kWrongUse);
   }
   return worst;
 }

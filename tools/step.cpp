@@ -143,29 +143,34 @@ void undo(const Client& client, const Steps& steps, std::vector<std::string>& fa
 }
 
 Json json_of(const Steps& steps) {
+  // Bytes, not text: neither a name nor a value need be UTF-8.
+  const auto bytes_of = [](const std::string& text) {
+    return std::vector<int>(text.begin(), text.end());
+  };
   Json rows = Json::array();
   for (const Step& step : steps)
     rows.push_back({{"kind", static_cast<int>(step.kind)},
-                    {"path", step.path},
-                    // Bytes, not text: a value need not be UTF-8.
-                    {"value", std::vector<int>(step.value.begin(), step.value.end())},
+                    {"path", bytes_of(step.path)},
+                    {"value", bytes_of(step.value)},
                     {"word", step.word},
                     {"virtual", step.is_virtual}});
   return rows;
 }
 
 Steps steps_of(const Json& json) {
+  const auto text_of = [](const Json& bytes) {
+    std::string text;
+    for (const Json& byte : bytes)
+      text += static_cast<char>(byte.get<int>());
+    return text;
+  };
   Steps steps;
-  for (const Json& row : json) {
-    const auto bytes = row.at("value").get<std::vector<int>>();
-    Step step{.kind = static_cast<Kind>(row.at("kind").get<int>()),
-              .path = row.at("path").get<std::string>(),
-              .word = row.at("word").get<unsigned>(),
-              .is_virtual = row.at("virtual").get<bool>()};
-    for (const int byte : bytes)
-      step.value += static_cast<char>(byte);
-    steps.push_back(std::move(step));
-  }
+  for (const Json& row : json)
+    steps.push_back({.kind = static_cast<Kind>(row.at("kind").get<int>()),
+                     .path = text_of(row.at("path")),
+                     .value = text_of(row.at("value")),
+                     .word = row.at("word").get<unsigned>(),
+                     .is_virtual = row.at("virtual").get<bool>()});
   return steps;
 }
 

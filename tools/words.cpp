@@ -32,4 +32,24 @@ std::optional<std::vector<std::string>> split_words(std::string_view line) {
   return words;
 }
 
+std::string_view last_word(std::string_view line) {
+  std::size_t begin = 0;
+  for (std::size_t i = 0; i < line.size(); ++i) {
+    if (line[i] == '\\')
+      ++i;
+    else if (line[i] == ' ' || line[i] == '\t')
+      begin = i + 1;
+  }
+  return line.substr(begin);
+}
+
+std::string as_word(std::string_view text) {
+  std::string word;
+  for (const char c : text) {
+    if (std::string_view{" \t'\"\\#"}.find(c) != std::string_view::npos) word += '\\';
+    word += c;
+  }
+  return word;
+}
+
 }  // namespace gwconf::tool

@@ -12,4 +12,11 @@ namespace gwconf::tool {
 /// when a quote is left open.
 [[nodiscard]] std::optional<std::vector<std::string>> split_words(std::string_view line);
 
+/// The last word of a line as far as it came and as it is written, blanks behind a backslash
+/// included.
+[[nodiscard]] std::string_view last_word(std::string_view line);
+
+/// The text as a line of the shell has to have it to be one word.
+[[nodiscard]] std::string as_word(std::string_view text);
+
 }  // namespace gwconf::tool

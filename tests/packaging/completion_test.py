@@ -26,7 +26,7 @@ def complete(*words, gwctl=BUILD / "gwctl", socket_path="/nonexistent/socket"):
     script = SOURCE / "packaging/gwctl.bash-completion"
     begin = time.monotonic()
     ran = run("bash", "--norc", "-c", HARNESS, "bash", script, gwctl, *words, env=environment)
-    return ran.stdout.split(), ran.stderr, time.monotonic() - begin
+    return ran.stdout.splitlines(), ran.stderr, time.monotonic() - begin
 
 
 class Words(unittest.TestCase):
@@ -106,6 +106,11 @@ class Paths(unittest.TestCase):
         self.offers(["set", TIME + "NTPServer1", "="], [])
         beacon = "InternetGatewayDevice.LANDevice.1.WLANConfiguration.1.BeaconType"
         self.offers(["set", TIME + "Enable", "=", "1", beacon, "=", "W"], ["WPA", "WPAand11i"])
+
+    def test_values_with_blanks(self):
+        state = "InternetGatewayDevice.LANDevice.1.WLANConfiguration.1.WPS.ConfigurationState"
+        self.offers(["set", state, "=", "N"], ["Not\\ configured"])
+        self.offers(["set", state, "=", "Not\\ c"], ["Not\\ configured"])
 
     def test_socket_on_the_command_line(self):
         offered, errors, _ = complete("--socket", str(self.socket), "get", "InternetGatewayDevice.Ti")

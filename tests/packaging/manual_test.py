@@ -62,6 +62,15 @@ class Manual(unittest.TestCase):
                 real[" ".join(words)] = short_names(options_of(*words) - {"--help"})
         self.assertEqual(told, real)
 
+    def test_library(self):
+        """Every function, code and number of the header."""
+        header = (SOURCE / "include/gwconf/client.h").read_text()
+        names = set(re.findall(r"\b(gwconf_\w+)\(", header))
+        names |= set(re.findall(r"(?m)^(?:  |#define )(GWCONF_\w+)(?: =| \d)", header))
+        self.assertGreater(len(names), 80)
+        page = (SOURCE / "docs/man/libgwconf.3").read_text()
+        self.assertEqual(names - set(re.findall(r"\w+", page)), set())
+
     def test_general_options(self):
         page = (SOURCE / "docs/man/gwctl.1").read_text()
         items = " ".join(re.findall(r"(?m)^\.It Fl (.*)$", page))

@@ -29,6 +29,15 @@ const std::string kExport =
     "\t</Element>\n"
     "</VANTREL_CML>\n";
 
+std::string nested(int levels) {
+  std::string xml = "<x>";
+  for (int i = 0; i < levels; ++i)
+    xml += "<Element name=\"A.\">";
+  for (int i = 0; i < levels; ++i)
+    xml += "</Element>";
+  return xml + "</x>";
+}
+
 FakeDaemon::Script exporting(const std::string& xml) {
   return [xml](Peer& peer) {
     const std::string command = peer.read();
@@ -79,6 +88,12 @@ TEST(LiveTree, RefusesWhatIsNoExport) {
         "<VANTREL_CML><Element name=\"A\"/></VANTREL_CML>", "<VANTREL_CML><Element name=\"A.\">"})
     EXPECT_FALSE(parse_object(text)) << text;
   EXPECT_FALSE(parse_parameter("<VANTREL_CML></VANTREL_CML>"));
+}
+
+TEST(LiveTree, RefusesWhatGoesDeeperThanAnyModel) {
+  EXPECT_TRUE(parse_object(nested(999)));
+  EXPECT_FALSE(parse_object(nested(1001)));
+  EXPECT_FALSE(parse_object(nested(200000)));
 }
 
 TEST(LiveTree, NonsenseOfTheDaemonIsAnErrorOfTheTransport) {

@@ -1,4 +1,6 @@
 // What the verbs make of a daemon that answers nonsense, breaks off or is silent.
+#include <future>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -11,6 +13,10 @@ using testing::HasSubstr;
 
 const std::vector<std::vector<std::string>> kRequests = {
     {"get", "Device.A."},
+    {"set", "Device.A=1"},
+    {"find", "a"},
+    {"commit"},
+    {"raw", "2", "Device.A"},
     {"ls", "Device."},
     {"tree", "Device."},
     {"describe", "Device.A"},
@@ -29,14 +35,20 @@ const std::vector<std::vector<std::string>> kRequests = {
 };
 
 void expect_unreachable(const FakeDaemon::Script& script, const std::string& code) {
-  for (const std::vector<std::string>& request : kRequests) {
+  const auto ran_over_it = [&script](std::vector<std::string> arguments) {
     const FakeDaemon daemon{script};
-    std::vector<std::string> arguments = request;
     arguments.insert(arguments.begin(), {"--timeout", "1"});
-    const Ran ran = gwctl(arguments, daemon.socket_path());
-    EXPECT_EQ(ran.status, 3) << request[0];
-    EXPECT_EQ(ran.out, "") << request[0];
-    EXPECT_THAT(ran.err, HasSubstr(code)) << request[0];
+    return gwctl(arguments, daemon.socket_path());
+  };
+  // All wait for their time to be over at the same time.
+  std::vector<std::future<Ran>> runs;
+  for (const std::vector<std::string>& request : kRequests)
+    runs.push_back(std::async(std::launch::async, ran_over_it, request));
+  for (std::size_t i = 0; i < runs.size(); ++i) {
+    const Ran ran = runs[i].get();
+    EXPECT_EQ(ran.status, 3) << kRequests[i][0];
+    EXPECT_EQ(ran.out, "") << kRequests[i][0];
+    EXPECT_THAT(ran.err, HasSubstr(code)) << kRequests[i][0];
   }
 }
 

@@ -37,5 +37,20 @@ TEST(Words, AnOpenQuoteIsNoLine) {
   EXPECT_EQ(split_words("a \"b\\\""), std::nullopt);
 }
 
+TEST(Words, TheLastOneEndsTheLine) {
+  EXPECT_EQ(last_word("get a.b"), "a.b");
+  EXPECT_EQ(last_word("get\ta\\ b"), "a\\ b");
+  EXPECT_EQ(last_word("a\\\\ b"), "b");
+  EXPECT_EQ(last_word("get "), "");
+  EXPECT_EQ(last_word("a\\"), "a\\");
+  EXPECT_EQ(last_word(""), "");
+}
+
+TEST(Words, OneWordIsReadBackAsOne) {
+  for (const std::string text : {"plain", "two words", "#", "a'b\"c\\d\te"})
+    EXPECT_THAT(split_words(as_word(text)), Optional(ElementsAre(text)));
+  EXPECT_EQ(as_word("Not configured"), "Not\\ configured");
+}
+
 }  // namespace
 }  // namespace gwconf::tool

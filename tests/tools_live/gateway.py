@@ -1,5 +1,6 @@
 """A daemon over a folder of its own, and gwctl talking to it."""
 
+import glob
 import json
 import os
 import shutil
@@ -33,7 +34,7 @@ class Gateway:
             os.environ,
             GWCONF_SANDBOX=self.folder,
             GWCONF_SOCKET=self.socket,
-            XDG_RUNTIME_DIR=self.folder,
+            TMPDIR=self.folder,
             GWCTL_HISTORY=self.path("history"),
             TERM="dumb",
         )
@@ -120,3 +121,21 @@ class LiveTest(unittest.TestCase):
                 return
             time.sleep(0.05)
         self.fail("it does not happen")
+
+
+class BatchTest(LiveTest):
+    """What the tests of batches share."""
+
+    def batch(self, *lines):
+        path = self.gateway.path("batch")
+        with open(path, "wb") as stream:
+            stream.write(b"".join(line.encode("utf-8", "surrogateescape") + b"\n" for line in lines))
+        return path
+
+    def state(self):
+        """All that an export shows, and every attribute bit that matters."""
+        user_set = self.out("tree", "--user-set", "--values")
+        return self.out("export", ROOT), user_set
+
+    def pending(self):
+        return glob.glob(self.gateway.path("gwctl-*.pending"))

@@ -1,5 +1,8 @@
 """Verbs that only read, against the real daemon."""
 
+import glob
+import resource
+import signal
 import subprocess
 import unittest
 
@@ -145,6 +148,21 @@ class Browse(LiveTest):
         self.assertIn("xml", self.json("export", NTP))
         self.err(1, "export", TIME + "Nothing")
         self.err(2, "export", TIME, "-o", "/nowhere/at/all")
+        self.assertIn("is a folder", self.err(2, "export", TIME, "-o", self.gateway.folder))
+
+    def test_an_export_that_does_not_fit_leaves_the_old_file(self):
+        def small_files():
+            signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+            resource.setrlimit(resource.RLIMIT_FSIZE, (4096, 4096))
+
+        file = self.gateway.path("all.xml")
+        self.out("export", TIME, "-o", file)
+        with open(file, encoding="utf-8") as stream:
+            before = stream.read()
+        self.assertIn("File too large", self.err(2, "export", ROOT, "-o", file, preexec_fn=small_files))
+        with open(file, encoding="utf-8") as stream:
+            self.assertEqual(stream.read(), before)
+        self.assertEqual(glob.glob(file + "?*"), [])
 
 
 class CommandLine(LiveTest):
@@ -178,10 +196,28 @@ class CommandLine(LiveTest):
             ["apply", "x", "--confirm", "0"],
             ["reset", "now"],
             ["confirm", "it"],
+            ["tree", "--depth", "deep"],
+            ["--socket", "", "ls"],
             ["shell", "now"],
         ):
             with self.subTest(arguments):
                 self.assertTrue(self.err(2, *arguments).startswith("gwctl: "))
+
+    def test_a_wrong_verb_is_followed_by_the_right_one(self):
+        self.assertIn("gte is no verb; did you mean get?", self.err(2, "gte", NTP))
+        self.assertIn("unpak is no verb; did you mean unpack?", self.err(2, "block", "unpak"))
+        self.assertIn("gwctl: xyzzy is no verb\n", self.err(2, "xyzzy"))
+        self.assertIn("gwctl: no verb\n", self.err(2))
+
+    def test_words_that_a_parser_may_take_for_its_own(self):
+        for value in ("[a,b]", "[]", "++", "{}", "-5", "get", "\1", "\1[x]", ""):
+            with self.subTest(value):
+                self.out("set", NTP, value)
+                self.assertEqual(self.gateway.get(NTP), value)
+                self.out("set", NTP, "other")
+                self.out("raw", "0", NTP, value)
+                self.assertEqual(self.gateway.get(NTP), value)
+        self.assertIn("NUMBER = [x]", self.err(2, "raw", "[x]"))
 
     def test_an_absent_daemon(self):
         self.gateway.stop()
@@ -218,7 +254,7 @@ class CommandLine(LiveTest):
 
     def test_output_that_cannot_be_written_is_no_success(self):
         with open("/dev/full", "w", encoding="utf-8") as full:
-            for arguments in (["tree"], ["get", NTP], ["--json", "ls"]):
+            for arguments in (["tree"], ["get", NTP], ["--json", "ls"], ["--help"], ["get", "--help"]):
                 tool = self.gateway.popen(*arguments, stdout=full, stderr=subprocess.PIPE)
                 _, complaint = tool.communicate(timeout=30)
                 self.assertEqual(tool.returncode, 2)

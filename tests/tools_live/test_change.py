@@ -64,6 +64,11 @@ class Instances(LiveTest):
         self.assertEqual(self.gateway.instances(FORWARDING), [1])
         self.assertIn(": 2 (", self.err(1, "del", FORWARDING + "4."))
         self.assertIn(": -100 (", self.err(1, "del", ROOT))
+        self.out("add", FORWARDING, "4")
+        self.out("del", FORWARDING + "4")
+        self.assertEqual(self.gateway.instances(FORWARDING), [1])
+        self.assertIn(": -100 (", self.err(1, "del", NTP))
+        self.assertIn(": -100 (", self.err(1, "del", TIME[:-1]))
         self.out("del", TIME)
         self.err(1, "get", NTP)
 

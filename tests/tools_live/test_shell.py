@@ -142,6 +142,18 @@ class Shell(LiveTest):
         terminal.type(f"set {TIME}Enable=\t".encode())
         terminal.read_until(b"0  1")
 
+    def test_completes_values_with_blanks(self):
+        path = self.json("find", "ConfigurationState")[0]["path"]
+        self.assertEqual(self.json("describe", path)["enumeration"], "Not configured,Configured")
+        terminal = self.open()
+        for typed in ("N", "Not\\ c"):
+            self.out("set", "--force", path, "Configured")
+            terminal.type(f"set --force {path}={typed}\t".encode())
+            terminal.read_until(rb"onfigured ")
+            terminal.type(b"\n")
+            terminal.read_until(PROMPT)
+            self.assertEqual(self.gateway.get(path), "Not configured")
+
     def test_completes_options(self):
         terminal = self.open()
         terminal.type(b"tree --us\t")
@@ -217,6 +229,11 @@ class Shell(LiveTest):
         self.assertIn("quote", self.err(2, "shell", input="get 'x\n"))
         self.out("shell", input="exit\nfly\n")
         self.assertIn('"value": "1"', self.out("--json", "shell", input=f"get {TIME}Enable\n"))
+
+    def test_from_what_cannot_be_read(self):
+        folder = os.open(self.gateway.folder, os.O_RDONLY)
+        self.addCleanup(os.close, folder)
+        self.assertIn("standard input: Is a directory", self.err(2, "shell", stdin=folder))
 
     def test_from_a_pipe_without_a_daemon(self):
         self.gateway.stop()

@@ -5,7 +5,6 @@ import re
 import select
 import signal
 import subprocess
-import time
 import unittest
 
 from gateway import FORWARDING, NTP, TIME, LiveTest
@@ -45,7 +44,7 @@ class Watch(LiveTest):
         self.assertRegex(self.line(tool), r" Passive third\n$")
         tool.send_signal(signal.SIGINT)
         self.assertEqual(tool.wait(timeout=20), 0)
-        self.assertEqual(tool.stderr.read(), b"gwctl: watch: stopped; nobody listens now\n")
+        self.assertEqual(tool.stderr.read(), b"gwctl: watch: stopped; nobody listens now, unless another took over meanwhile\n")
         self.assertEqual(tool.stdout.read(), b"")
         self.out("set", NTP + "=fourth")
 
@@ -73,13 +72,40 @@ class Watch(LiveTest):
     def test_a_wrong_path(self):
         self.assertIn(f"did you mean {NTP}", self.err(1, "watch", TIME + "NTPServer11"))
 
-    def test_the_daemon_goes(self):
+    def test_ends_when_nothing_can_be_written(self):
+        with open("/dev/full", "w", encoding="utf-8") as full:
+            tool = self.watch("watch", stdout=full)
+        self.out("set", NTP + "=lost")
+        self.assertEqual(tool.wait(timeout=20), 2)
+        self.assertIn(b"standard output: cannot be written", tool.stderr.read())
+
+    def test_ends_with_the_daemon(self):
         tool = self.watch("watch")
         self.gateway.stop()
-        time.sleep(0.2)
-        self.assertIsNone(tool.poll())
-        tool.send_signal(signal.SIGTERM)
-        self.assertEqual(tool.wait(timeout=20), 0)
+        self.assertEqual(tool.wait(timeout=20), 3)
+        self.assertEqual(
+            tool.stderr.read(), b"gwctl: watch: the daemon has ended; the next one knows no listener\n"
+        )
+
+    def test_ends_when_another_daemon_replaces_one_that_crashed(self):
+        tool = self.watch("watch")
+        self.gateway.daemon.kill()
+        self.gateway.stop()
+        self.gateway.start()
+        self.assertEqual(tool.wait(timeout=20), 3)
+
+    def test_another_listener_takes_over(self):
+        first = self.watch("watch")
+        second = self.watch("watch")
+        self.out("set", NTP + "=x")
+        self.assertIn("None x", self.line(second))
+        first.send_signal(signal.SIGTERM)
+        self.assertEqual(first.wait(timeout=20), 0)
+        self.assertEqual(first.stdout.read(), b"")
+        self.assertIn(b"unless another took over", first.stderr.read())
+        # The first one's end takes nothing from the second.
+        self.out("set", NTP + "=y")
+        self.assertIn("None y", self.line(second))
 
 
 if __name__ == "__main__":

@@ -1,7 +1,10 @@
 """gwctl diff: files, blocks and a live daemon against each other."""
 
 import os
+import socket
+import struct
 import subprocess
+import threading
 import time
 import unittest
 
@@ -208,18 +211,84 @@ class LiveTest(FolderTest):
         self.assertEqual(gwctl("diff", live, live).out, "")
 
     def test_nobody_there(self):
-        for arguments in ((f"live:{self.socket}", self.model), ("live", self.model)):
-            ran = gwctl("diff", *arguments, "--socket", self.socket)
-            self.assertEqual((ran.status, ran.out), (3, ""))
-            self.assertEqual(
-                ran.err,
-                f"gwctl: diff {arguments[0]}: -1002 (daemon not reachable at {self.socket}:"
-                " No such file or directory)\n",
-            )
+        """The reason is the connection's, not what the file or the terminal left behind."""
+        nothing, no_socket = self.socket, self.file("no_socket", "")
+        for socket_path, reason in (
+            (nothing, "No such file or directory"),
+            (no_socket, "Connection refused"),
+        ):
+            for live in (f"live:{socket_path}", "live"):
+                for pair in ((live, self.model), (self.model, live)):
+                    ran = gwctl("diff", *pair, "--socket", socket_path)
+                    self.assertEqual((ran.status, ran.out), (3, ""))
+                    self.assertEqual(
+                        ran.err,
+                        f"gwctl: diff {live}: -1002 (daemon not reachable at {socket_path}:"
+                        f" {reason})\n",
+                    )
 
     def test_a_socket_that_cannot_be(self):
         ran = gwctl("diff", "live:" + "s" * 200, self.model)
         self.assertEqual(ran.status, 2)
+
+
+def message(text):
+    return struct.pack("=i", len(text) + 1) + text + b"\0"
+
+
+class WrongAnswersTest(FolderTest):
+    """Against what is no gwconfd."""
+
+    def diff_with(self, answer, *options):
+        """Compares with a daemon that sends `answer` and hangs up; None: that sends nothing."""
+        path = self.folder / "socket"
+        path.unlink(missing_ok=True)
+        listener = socket.socket(socket.AF_UNIX)
+        listener.bind(str(path))
+        listener.listen()
+        done = threading.Event()
+
+        def serve():
+            connection, _ = listener.accept()
+            with connection:
+                connection.recv(4096)
+                if answer is None:
+                    done.wait(100)
+                else:
+                    connection.sendall(answer)
+
+        daemon = threading.Thread(target=serve)
+        daemon.start()
+        ran = gwctl("diff", SOURCES / "models" / "two-port.xml", f"live:{path}", *options)
+        done.set()
+        daemon.join()
+        listener.close()
+        self.assertEqual(ran.out, "")
+        subject = f"gwctl: diff live:{path}: "
+        self.assertEqual(ran.err[: len(subject)], subject)
+        return ran.status, ran.err[len(subject) :]
+
+    def test_answers(self):
+        no_answer = (3, "-1004 (daemon hung up without a result)\n")
+        nonsense = (3, "-1005 (answer is not of this protocol)\n")
+        whole = message(b'<OBJECT name="InternetGatewayDevice.">')
+        for answer, expected in (
+            (b"", no_answer),
+            (whole, no_answer),
+            (whole[:20], nonsense),
+            (b"\xff" * 4096, nonsense),
+            (whole + message(b"0"), nonsense),
+            (message(b"") + message(b"0"), nonsense),
+            (message(b"no <") + message(b"0"), nonsense),
+            (message(b"\xff\x1b[2J") + message(b"0"), nonsense),
+            (message(b"") + message(b"2"), (1, "2 (no such object or parameter)\n")),
+        ):
+            self.assertEqual(self.diff_with(answer), expected, answer)
+
+    def test_no_answer_within_the_time_asked_for(self):
+        begin = time.monotonic()
+        self.assertEqual(self.diff_with(None, "--timeout", "1"), (3, "-1003 (no answer in time)\n"))
+        self.assertLess(time.monotonic() - begin, 10)
 
 
 if __name__ == "__main__":

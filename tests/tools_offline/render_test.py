@@ -1,9 +1,10 @@
 """gwctl model: its files and options. What it renders is tested with the models."""
 
 import os
+import shutil
 import unittest
 
-from tool import SOURCES, FolderTest, gwctl
+from tool import GWCTL, SOURCES, FolderTest, gwctl
 
 MODELS = SOURCES / "models"
 PROFILE = MODELS / "two-port.profile"
@@ -39,6 +40,24 @@ class RenderTest(FolderTest):
         self.assertEqual((by_environment.status, by_environment.out), (2, ""))
         self.assertEqual(
             by_environment.err, f"gwctl: model: {missing}: No such file or directory\n"
+        )
+
+    def test_facts_beside_the_program(self):
+        program = self.folder / "bin" / "gwctl"
+        program.parent.mkdir()
+        shutil.copy(GWCTL, program)
+        own = program.with_name("tr098_facts.csv")
+        installed = self.folder / "share" / "gwconf" / own.name
+        ran = gwctl("model", PROFILE, program=program)
+        self.assertEqual((ran.status, ran.out), (2, ""))
+        self.assertEqual(ran.err, f"gwctl: model: {installed}: No such file or directory\n")
+        shutil.copy(MODELS / own.name, own)
+        self.assertEqual(gwctl("model", PROFILE, program=program).out, RENDERED)
+        installed.parent.mkdir(parents=True)
+        installed.write_text("installed")
+        ran = gwctl("model", PROFILE, program=program)
+        self.assertEqual(
+            ran.err, f"gwctl: model: {installed}: is no table of facts: a column is missing\n"
         )
 
     def test_a_failure_leaves_what_was_there(self):

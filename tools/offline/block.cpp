@@ -5,9 +5,9 @@
 #include <iostream>
 
 #include "storage/settings_block.h"
+#include "tools/failure.h"
+#include "tools/files.h"
 #include "tools/offline/block_image.h"
-#include "tools/offline/failure.h"
-#include "tools/offline/files.h"
 #include "tools/offline/source.h"
 #include "tools/offline/text.h"
 #include "tools/offline/tree_diff.h"

@@ -4,8 +4,8 @@
 #include <filesystem>
 #include <optional>
 
+#include "tools/failure.h"
 #include "tools/offline/checked_file.h"
-#include "tools/offline/failure.h"
 #include "tools/offline/finding_printer.h"
 
 namespace gwconf::tool {

@@ -10,8 +10,8 @@
 #include <optional>
 
 #include "core/number.h"
-#include "tools/offline/failure.h"
-#include "tools/offline/files.h"
+#include "tools/failure.h"
+#include "tools/files.h"
 
 namespace gwconf::tool {
 namespace {
@@ -99,14 +99,6 @@ constexpr std::array<std::string_view, 13> kColumns = {
   return length != 0 ? '(' + std::to_string(length) + ')' : "";
 }
 
-/// Beside the program's folder, as the installation lays it out.
-[[nodiscard]] std::string installed_file() {
-  std::error_code error;
-  const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
-  if (error) return {};
-  return (program.parent_path() / GWCONF_INSTALLED_FACTS).lexically_normal().string();
-}
-
 }  // namespace
 
 Facts::Facts(const std::string& file) {
@@ -163,10 +155,14 @@ std::string facts_file(const std::string& asked) {
   if (!asked.empty()) return asked;
   const char* environment = std::getenv("GWCONF_FACTS");
   if (environment && *environment) return environment;
-  const std::string installed = installed_file();
   std::error_code error;
-  if (!installed.empty() && std::filesystem::exists(installed, error)) return installed;
-  return GWCONF_SOURCE_FACTS;
+  const std::filesystem::path folder =
+      std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
+  const std::filesystem::path installed = (folder / GWCONF_INSTALLED_FACTS).lexically_normal();
+  const std::filesystem::path own = folder / "tr098_facts.csv";
+  const bool is_own =
+      !std::filesystem::exists(installed, error) && std::filesystem::exists(own, error);
+  return (is_own ? own : installed).string();
 }
 
 std::string type_text(const Fact& parameter) {

@@ -52,7 +52,8 @@ class Facts {
 };
 
 /// The facts file: the one that is asked for, else the one that GWCONF_FACTS names, else the
-/// installed one, else that of the source tree.
+/// installed one, else the one in the program's own folder, as a build leaves it. There may be none
+/// at that place.
 [[nodiscard]] std::string facts_file(const std::string& asked);
 
 /// The type text of a parameter of the standard as the daemon knows types.

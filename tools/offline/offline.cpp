@@ -8,9 +8,9 @@
 
 #include <CLI/CLI.hpp>
 
+#include "tools/failure.h"
 #include "tools/offline/block.h"
 #include "tools/offline/check.h"
-#include "tools/offline/failure.h"
 #include "tools/offline/model.h"
 #include "tools/offline/tree_diff.h"
 #include "tools/offline/upgrade.h"

@@ -8,8 +8,8 @@
 
 #include "core/number.h"
 #include "gwconf/client.h"
-#include "tools/offline/failure.h"
-#include "tools/offline/files.h"
+#include "tools/failure.h"
+#include "tools/files.h"
 
 namespace gwconf::tool {
 namespace {

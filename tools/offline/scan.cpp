@@ -5,6 +5,7 @@
 #include "core/owned_text.h"
 #include "platform/services.h"
 #include "tools/offline/text.h"
+#include "tools/screen.h"
 
 namespace gwconf::tool {
 namespace {

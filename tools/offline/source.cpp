@@ -1,11 +1,13 @@
 #include "tools/offline/source.h"
 
+#include <utility>
+
 #include "storage/big_endian.h"
 #include "storage/settings_block.h"
+#include "tools/failure.h"
+#include "tools/files.h"
 #include "tools/offline/block_image.h"
 #include "tools/offline/facts.h"
-#include "tools/offline/failure.h"
-#include "tools/offline/files.h"
 #include "tools/offline/outline.h"
 #include "tools/offline/text.h"
 #include "xml/vocabulary.h"
@@ -36,18 +38,25 @@ constexpr std::string_view kLiveAt = "live:";
   return result;
 }
 
+[[nodiscard]] Failure told_failure(const Output& output, const std::string& subject, int code) {
+  return {output.failure(subject, code), gwconf_strerror(code), true};
+}
+
 [[nodiscard]] Source load_live(const Session& session, const std::string& argument) {
   const bool is_named = argument != kLive;
-  const Client named{is_named ? argument.substr(kLiveAt.size()).c_str() : nullptr};
+  Client named{is_named ? argument.substr(kLiveAt.size()).c_str() : nullptr};
+  if (named.code() == GWCONF_OK) static_cast<void>(named.set_timeout(session.timeout));
   const Client& client = is_named ? named : session.client;
-  // Made first: a failure is told with the system's reason, which little may come between.
+  // Made first: a failure is told with the system's reason, so nothing may come between the two.
+  const std::string subject = "diff " + argument;
   const Output output{session.output.json(),
                       client.code() == GWCONF_OK ? client.socket_path() : argument};
   const Result<std::string> result = client.export_node(std::string{kRootSegment});
-  if (result.code != GWCONF_OK)
-    throw Failure{output.failure("diff " + argument, result.code), gwconf_strerror(result.code),
-                  true};
-  return {load_tree(argument, with_backslashes_kept(result.value)), true};
+  if (result.code != GWCONF_OK) throw told_failure(output, subject, result.code);
+  LoadedTree tree{with_backslashes_kept(result.value)};
+  if (tree.state() != LoadedTree::State::kLoaded)
+    throw told_failure(output, subject, GWCONF_E_PROTOCOL);
+  return {std::move(tree), true};
 }
 
 }  // namespace

@@ -12,10 +12,6 @@ namespace gwconf::tool {
 /// backslashes; what has more bytes than `most` is cut, with "..." behind.
 [[nodiscard]] std::string in_quotes(std::string_view text, std::size_t most = 200);
 
-/// Length in bytes of the UTF-8 character at the start of a text that is not empty; 0 when there is
-/// none.
-[[nodiscard]] std::size_t utf8_length(std::string_view text);
-
 /// A stored value as a client reads it, and as it must be stored. Values past the bound that the
 /// daemon has for them stay as they are.
 [[nodiscard]] std::string unescaped(std::string_view stored);

@@ -9,7 +9,7 @@
 #include "core/deleted_defaults.h"
 #include "core/path.h"
 #include "platform/getters.h"
-#include "tools/offline/failure.h"
+#include "tools/failure.h"
 #include "tools/offline/source.h"
 #include "tools/offline/text.h"
 #include "tools/value_check.h"

@@ -3,7 +3,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "tools/output.h"
+#include "tools/exit.h"
 
 namespace gwconf::tool {
 

@@ -1,4 +1,4 @@
-#include "tools/offline/files.h"
+#include "tools/files.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -9,7 +9,7 @@
 #include <unistd.h>
 
 #include "storage/file.h"
-#include "tools/offline/failure.h"
+#include "tools/failure.h"
 
 namespace gwconf::tool {
 namespace {
