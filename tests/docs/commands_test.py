@@ -1,0 +1,72 @@
+"""Runs every command that the pages show and compares what it prints.
+
+A page's ```console blocks are one session: lines behind "$ " are commands, which go on behind "> ", and the lines below
+are their output, standard error included. Each page gets a daemon over a folder of its own, on the sample model.
+"""
+
+import re
+import shutil
+import subprocess
+import unittest
+
+from pages import MANUAL, PAGES, ROOT, blocks, gateway, read
+
+# Pages that show sessions. One that loses its last is no longer looked at, so they are named.
+WITH_SESSIONS = ["README.md", "docs/check-rules.md", "docs/troubleshooting.md", "docs/tutorial.md", "models/README.md"]
+
+
+def steps(page):
+    """(command, the lines shown below it) of each command of a page."""
+    found = []
+    for language, text in blocks(page):
+        if language != "console":
+            continue
+        for line in text.splitlines():
+            if line.startswith("$ "):
+                found.append([line[2:], []])
+            elif line.startswith("> ") and not found[-1][1]:
+                found[-1][0] += "\n" + line[2:]
+            else:
+                found[-1][1].append(line)
+    return found
+
+
+def run(command, folder, environment):
+    return subprocess.run(["bash", "-c", command], cwd=folder, env=environment, text=True, timeout=60,
+                          stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False)
+
+
+class Commands(unittest.TestCase):
+    maxDiff = None
+
+    def test_pages_with_sessions(self):
+        self.assertLessEqual(set(WITH_SESSIONS), {str(page.relative_to(ROOT)) for page in PAGES if steps(page)})
+
+    def test_sessions(self):
+        for page in PAGES:
+            shown = steps(page)
+            if not shown:
+                continue
+            with gateway() as (folder, environment):
+                for command, expected in shown:
+                    with self.subTest(page=page.name, command=command):
+                        self.assertEqual(run(command, folder, environment).stdout.splitlines(), expected)
+
+    def test_manual(self):
+        """The examples of the manual, with the files that they name."""
+        examples = re.findall(r"(?m)^gwctl .*$", read(MANUAL[[page.name for page in MANUAL].index("gwctl.1")]))
+        self.assertEqual(len(examples), 4)
+        with gateway() as (folder, environment):
+            (folder / "wan.batch").write_text("set InternetGatewayDevice.Time.NTPServer2=ntp2.example.com\n")
+            for name in ("old.xml", "new.xml"):
+                shutil.copy(ROOT / "models/home-gateway.xml", folder / name)
+            for command in examples:
+                if "mtd9.bin" in command:
+                    shutil.copy(folder / "sandbox/dev/mtd9", folder / "mtd9.bin")
+                with self.subTest(command=command):
+                    ran = run(command, folder, environment)
+                    self.assertEqual(ran.returncode, 0, ran.stdout)
+
+
+if __name__ == "__main__":
+    unittest.main()
