@@ -340,60 +340,77 @@ void report(const Session& session, const std::vector<Line>& lines, const std::s
       session.output.line(session.output.shown(line.step.path));
 }
 
+/// Leaves a batch that is done to the confirmation that it waits for.
+void await_confirmation(const Session& session, const std::string& subject,
+                        const PendingFile& pending, const Guardian& guardian, const Steps& back,
+                        int seconds) {
+  Json undone = Json::array();
+  for (const Step& step : back)
+    undone.push_back(name_of(step));
+  pending.write({{"socket", session.output.socket_path()}, {"seconds", seconds}, {"undo", undone}});
+  guardian.wait_for_confirmation();
+  session.output.complaint(
+      subject, "undone in " + std::to_string(seconds) + " seconds unless `gwctl confirm` comes");
+}
+
+/// Takes a batch back that failed. Returns what became of it.
+[[nodiscard]] std::string take_back(const Session& session, const std::string& subject,
+                                    const Guardian& guardian, const Steps& back) {
+  std::vector<std::string> failures;
+  undo(session.client, back, failures);
+  guardian.dismiss();
+  for (const std::string& failure : failures)
+    session.output.complaint(subject + ": not undone", failure);
+  session.output.complaint(subject, failures.empty() ? "nothing is changed" : "partly undone");
+  return failures.empty() ? "undone" : "partly undone";
+}
+
+/// Sends checked lines, with somebody beside who takes them back should this process die. Throws
+/// std::system_error.
+[[nodiscard]] Exit send_guarded(const Session& session, const std::string& subject,
+                                const std::vector<Line>& lines, const PendingFile* pending,
+                                int seconds) {
+  const Interruption interruption;
+  const Guardian guardian{session.client, pending, seconds};
+  Steps back;
+  const Exit exit = send(session, lines, guardian, interruption, back);
+  if (exit == Exit::kUnreachable) {
+    // A daemon that is gone may come back: waiting for it is the guardian's part.
+    session.output.complaint(subject,
+                             "undone in the background, should the daemon come back in a minute");
+    report(session, lines, "unreachable");
+  } else if (exit != Exit::kDone) {
+    const std::string state = take_back(session, subject, guardian, back);
+    if (pending) std::ignore = pending->take();
+    report(session, lines, state);
+  } else if (pending) {
+    await_confirmation(session, subject, *pending, guardian, back, seconds);
+    report(session, lines, "waiting");
+  } else {
+    guardian.dismiss();
+    report(session, lines, "done");
+  }
+  return exit;
+}
+
 [[nodiscard]] Exit run(const Session& session, const std::string& file,
                        const std::vector<Line>& lines, int seconds) {
+  const std::string subject = "apply " + file;
   std::optional<PendingFile> pending;
   if (seconds > 0) {
     pending = PendingFile::create(session.output.socket_path());
     if (!pending) {
-      session.output.complaint("apply " + file,
-                               errno == EEXIST
-                                   ? "another batch waits for its confirmation"
+      session.output.complaint(
+          subject, errno == EEXIST ? "another batch waits for its confirmation"
                                    : std::string{"no file to confirm by: "} + std::strerror(errno));
       return Exit::kWrongUse;
     }
   }
-  const Interruption interruption;
-  Steps back;
   try {
-    const Guardian guardian{session.client, pending ? &*pending : nullptr, seconds};
-    const Exit exit = send(session, lines, guardian, interruption, back);
-    if (exit == Exit::kDone) {
-      if (pending) {
-        Json undone = Json::array();
-        for (const Step& step : back)
-          undone.push_back(name_of(step));
-        pending->write(
-            {{"socket", session.output.socket_path()}, {"seconds", seconds}, {"undo", undone}});
-        guardian.wait_for_confirmation();
-        session.output.complaint("apply " + file, "undone in " + std::to_string(seconds) +
-                                                      " seconds unless `gwctl confirm` comes");
-      } else {
-        guardian.dismiss();
-      }
-      report(session, lines, pending ? "waiting" : "done");
-      return exit;
-    }
-    std::vector<std::string> failures;
-    // A daemon that is gone may come back: waiting for it is the guardian's part.
-    if (exit == Exit::kUnreachable) {
-      session.output.complaint("apply " + file,
-                               "undone in the background, should the daemon come back in a minute");
-      report(session, lines, "unreachable");
-      return exit;
-    }
-    undo(session.client, back, failures);
-    guardian.dismiss();
-    if (pending) std::ignore = pending->take();
-    for (const std::string& failure : failures)
-      session.output.complaint("apply " + file + ": not undone", failure);
-    session.output.complaint("apply " + file,
-                             failures.empty() ? "nothing is changed" : "partly undone");
-    report(session, lines, failures.empty() ? "undone" : "partly undone");
-    return exit;
+    return send_guarded(session, subject, lines, pending ? &*pending : nullptr, seconds);
   } catch (const std::system_error& error) {
     if (pending) std::ignore = pending->take();
-    session.output.complaint("apply " + file, error.what());
+    session.output.complaint(subject, error.what());
     return Exit::kRefused;
   }
 }
