@@ -53,7 +53,7 @@ std::int32_t free_record_number() {
   return free;
 }
 
-/// The object at `path` when it exists and the user has set nothing in it.
+/// The object at `path` when it exists and its bits tell of nothing user-set.
 Node* untouched_default(std::string_view path) {
   Node* node = nullptr;
   if (path.empty() || CM_CORE_GetObjNodeByUri(path, &node) != CM_OK) return nullptr;

@@ -24,8 +24,8 @@ void record_deleted_default(std::string_view path);
 /// Removes the first record that matches `path`, which exists again.
 void forget_deleted_default(std::string_view path);
 
-/// Deletes every recorded instance from the live tree unless it holds user-set content. CM_INVALID
-/// when the tree has no record table.
+/// Deletes every recorded instance from the live tree unless it is user-set, or marked as of the
+/// last save to hold something user-set. CM_INVALID when the tree has no record table.
 Status CM_CORE_MergeDeletedInstances();
 
 }  // namespace gwconf
