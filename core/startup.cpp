@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include "core/deleted_defaults.h"
@@ -59,6 +60,15 @@ void install_termination_handler() {
   sigemptyset(&action.sa_mask);
   for (const int signal : {SIGTERM, SIGHUP, SIGINT, SIGQUIT})
     sigaction(signal, &action, nullptr);
+}
+
+[[gnu::noinline]] void reserve_stack() {
+  constexpr std::size_t kDeepest = 512 * 1024;
+  rlimit limit;
+  if (getrlimit(RLIMIT_STACK, &limit) != 0 || limit.rlim_cur < 2 * kDeepest) return;
+  // One touch at the far end takes the room for all in between, but no memory for it.
+  [[maybe_unused]] volatile char room[kDeepest];
+  room[0] = 0;
 }
 
 void occupy_standard_descriptors() {

@@ -17,6 +17,11 @@ void CM_CORE_Terminate(int signal);
 /// Installs CM_CORE_Terminate for SIGTERM, SIGHUP, SIGINT and SIGQUIT.
 void install_termination_handler();
 
+/// Takes the address room that requests need on the stack while it can be had. The stack grows by
+/// itself otherwise, and where there is no room left that ends the process, with no result that
+/// could be checked. Where the stack may not become as large anyway nothing happens.
+void reserve_stack();
+
 /// Opens the null device on whichever of the descriptors 0 to 2 is closed: a connection must not
 /// get one of these numbers, since what is written to them goes to the console.
 void occupy_standard_descriptors();

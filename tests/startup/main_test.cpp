@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <thread>
@@ -170,6 +171,32 @@ TEST_F(Daemon, ServesWithoutStandardDescriptors) {
     const std::string link = "/proc/" + std::to_string(daemon.id()) + "/fd/" + fd;
     EXPECT_EQ(std::filesystem::read_symlink(link), "/dev/null") << fd;
   }
+  daemon.send(SIGTERM);
+  EXPECT_EQ(daemon.wait(), 1);
+}
+
+/// What the process' stack may still grow by is taken away, as a machine out of memory takes it.
+TEST_F(Daemon, ServesWhereItsStackCannotGrow) {
+  const auto table = [](const std::string& name, const std::string& parameter) {
+    const std::string row = "type=\"object\"><PARAMETER name=\"" + parameter + "\"/></OBJECT>";
+    return "<OBJECT name=\"" + name + "\"><OBJECT name=\"0.\" " + row;
+  };
+  write_file(paths().defaults,
+             "<OBJECT name=\"InternetGatewayDevice.\">" + table("Host.", "Name") +
+                 "<OBJECT name=\"1.\"><PARAMETER name=\"Name\"/></OBJECT></OBJECT>"
+                 "<OBJECT name=\"X_VT_MiscCfg.\">" +
+                 table("DeletedDefaultInstances.", "URI") + "</OBJECT></OBJECT></OBJECT>");
+  DaemonProcess daemon;
+  ASSERT_TRUE(daemon.serves());
+  const rlimit none{.rlim_cur = 0, .rlim_max = 0};
+  ASSERT_EQ(prlimit(daemon.id(), RLIMIT_STACK, &none, nullptr), 0);
+  // A deletion that is recorded composes more paths at a time than anything else.
+  EXPECT_EQ(client.delete_instance("InternetGatewayDevice.Host.", 1), 0);
+  EXPECT_EQ(
+      client.get_value("InternetGatewayDevice.X_VT_MiscCfg.DeletedDefaultInstances.1.URI").value,
+      "InternetGatewayDevice.Host.1.");
+  EXPECT_EQ(client.commit(), 0);
+  EXPECT_EQ(client.restore(file), -100);
   daemon.send(SIGTERM);
   EXPECT_EQ(daemon.wait(), 1);
 }
