@@ -60,6 +60,17 @@ bool flush(int fd) {
   return result == 0;
 }
 
+/// Takes the room that a plain file still lacks. On a full medium the first pages could be written
+/// and the rest not, in one partition and then in the other. A file system that cannot tell
+/// beforehand leaves it to the write.
+bool take_room(int fd, std::uint32_t length) {
+  int result;
+  do
+    result = fallocate(fd, 0, 0, static_cast<off_t>(length));
+  while (result < 0 && errno == EINTR);
+  return result == 0 || (errno != ENOSPC && errno != EDQUOT && errno != EFBIG);
+}
+
 /// Erases no more blocks than `length` bytes need, and nothing before all that can be checked or
 /// allocated was: a write that cannot succeed must not cost the old content.
 bool write_flash(int fd, const char* bytes, std::uint32_t length) {
@@ -94,6 +105,7 @@ bool write_partition(const char* path, const char* bytes, std::uint32_t length) 
   struct stat kind;
   if (partition.get() < 0 || fstat(partition.get(), &kind) != 0) return false;
   if (is_mtd(kind)) return write_flash(partition.get(), bytes, length);
+  if (S_ISREG(kind.st_mode) && !take_room(partition.get(), length)) return false;
   // What has no offsets, such as a FIFO, refuses the first write.
   if (!write_all(pwrite, partition.get(), bytes, length, 0)) return false;
   const bool has_medium = S_ISREG(kind.st_mode) || S_ISBLK(kind.st_mode);

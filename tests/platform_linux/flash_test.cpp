@@ -138,6 +138,25 @@ TEST_F(PlainFile, AWriteCutAnywhereIsReported) {
   std::signal(SIGXFSZ, handler);
 }
 
+TEST_F(PlainFile, WhatHasNoRoomToGrowKeepsItsContent) {
+  const std::string old(64, '#');
+  const std::string fresh = pattern(100);
+  rlimit before;
+  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+  const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+  for (std::size_t room = 0; room <= fresh.size(); ++room) {
+    write_file(partition, old);
+    rlimit narrow = before;
+    narrow.rlim_cur = room;
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &narrow), 0);
+    const int result = write(partition, fresh);
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
+    EXPECT_EQ(result < 0, room < fresh.size()) << room;
+    EXPECT_EQ(read_file(partition), room < fresh.size() ? old : fresh) << room;
+  }
+  std::signal(SIGXFSZ, handler);
+}
+
 TEST_F(PlainFile, AFullDeviceIsReported) {
   EXPECT_LT(write("/dev/full", "abc"), 0);
   EXPECT_EQ(CM_UTL_SetMTDBlockSettings("/dev/full", "text"), 1);
