@@ -1,7 +1,11 @@
 #include "rpc/instance_commands.h"
 
 #include <cstring>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <syslog.h>
+#include <unistd.h>
 
 #include "core/instance.h"
 #include "core/number.h"
@@ -40,6 +44,20 @@ void set_instance_state(std::string_view table, const NumberArgument& number, bo
     ignore(CM_CORE_SetInstanceRWByURI(path.view(), real ? 1 : 0));
 }
 
+/// Whether the system log takes a line at once, or is not there. One that stands still would hold
+/// the service for as long: nothing is logged then.
+bool log_keeps_up() {
+  const int log = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+  if (log < 0) return false;
+  constexpr sockaddr_un kAddress{.sun_family = AF_UNIX, .sun_path = _PATH_LOG};
+  pollfd waiting{.fd = log, .events = POLLOUT, .revents = 0};
+  const bool stands_still =
+      connect(log, reinterpret_cast<const sockaddr*>(&kAddress), sizeof kAddress) == 0 &&
+      poll(&waiting, 1, 0) == 0;
+  close(log);
+  return !stands_still;
+}
+
 using Creation = Status (*)(std::string_view table, std::int32_t n);
 
 /// The one procedure behind adding and inserting.
@@ -49,7 +67,8 @@ Status create_instance(int fd, char* buf, Creation creation, bool real, bool log
   if (const Status status = read_number(fd, &number)) return status;
   if (const Status status = creation(buf, number.value())) return status;
   set_instance_state(buf, number, real);
-  if (logged) syslog(cm_log_priority, "Add object %s instance %d", buf, number.value());
+  if (logged && log_keeps_up())
+    syslog(cm_log_priority, "Add object %s instance %d", buf, number.value());
   return CM_OK;
 }
 
@@ -76,14 +95,14 @@ Status CM_RPC_RPOCESS_DelInstance(int fd, char* buf) {
   NumberArgument number;
   if (const Status status = read_number(fd, &number)) return status;
   if (const Status status = CM_CORE_DelInstance(buf, number.value())) return status;
-  syslog(cm_log_priority, "Delete object %s instance %d", buf, number.value());
+  if (log_keeps_up()) syslog(cm_log_priority, "Delete object %s instance %d", buf, number.value());
   return CM_OK;
 }
 
 Status CM_RPC_RPOCESS_DelNode(int fd, char* buf) {
   if (!read_argument(fd, buf)) return CM_UNREADABLE;
   if (const Status status = CM_CORE_DelNode(buf)) return status;
-  syslog(cm_log_priority, "Delete object %s", buf);
+  if (log_keeps_up()) syslog(cm_log_priority, "Delete object %s", buf);
   return CM_OK;
 }
 

@@ -14,15 +14,15 @@ extern std::int32_t cm_log_priority;
 // the command says so. An instance number is decimal text of at most 5 characters: a longer message
 // is read off and refused with CM_INVALID.
 
-/// Table path, number. Adds a real, or a virtual, instance. Logged.
+/// Table path, number. Adds a real, or a virtual, instance. Logged, where the log takes it at once.
 Status CM_RPC_RPOCESS_AddInstance(int fd, char* buf);
 Status CM_RPC_RPOCESS_AddVirtualInstance(int fd, char* buf);
 /// Table path, number. Inserts a real, or a virtual, instance. Not logged.
 Status CM_RPC_RPOCESS_InsertInstance(int fd, char* buf);
 Status CM_RPC_RPOCESS_InsertVirtualInstance(int fd, char* buf);
-/// Table path, number. Deletes an instance. Logged.
+/// Table path, number. Deletes an instance. Logged likewise.
 Status CM_RPC_RPOCESS_DelInstance(int fd, char* buf);
-/// Object path. Deletes the object with all below it. Logged.
+/// Object path. Deletes the object with all below it. Logged likewise.
 Status CM_RPC_RPOCESS_DelNode(int fd, char* buf);
 /// Path. Answers "1" when it lies in a virtual instance, else "0"; never fails.
 Status CM_RPC_RPOCESS_VirtualInstanceCheck(int fd, char* buf);

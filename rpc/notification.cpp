@@ -17,9 +17,13 @@ Registration* notify_reg = nullptr;
 
 namespace {
 
+std::int32_t serving_process = 0;
+
 [[nodiscard]] bool is_complete(const Registration& registration) {
-  // A number below 1 names a group of processes, or all of them: never a listener.
-  return registration.process > 0 && registration.signal != 0 && registration.file;
+  // A number below 1 names a group of processes, or all of them: never a listener. The service
+  // itself is none either; most signals would end it.
+  return registration.process > 0 && registration.process != serving_process &&
+         registration.signal != 0 && registration.file;
 }
 
 /// The word of a change line. Passive goes before active here.
@@ -45,6 +49,10 @@ void lock_file(int fd) {
 }
 
 }  // namespace
+
+void exclude_from_listening(std::int32_t process) {
+  serving_process = process;
+}
 
 Registration* renew_registration() {
   if (notify_reg) {

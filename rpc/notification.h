@@ -17,6 +17,9 @@ struct Registration {
 /// The registration, or none before the first; it then lives as long as the process.
 extern Registration* notify_reg;
 
+/// Names the process that serves: registered as the listener, it counts as missing.
+void exclude_from_listening(std::int32_t process);
+
 /// Clears the registration, making one at the first call. None when there is no memory for it.
 [[nodiscard]] Registration* renew_registration();
 

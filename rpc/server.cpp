@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdio>
 #include <cstring>
+#include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
 #include <sys/socket.h>
@@ -17,6 +18,7 @@
 #include "platform/recall.h"
 #include "rpc/commands.h"
 #include "rpc/instance_commands.h"
+#include "rpc/notification.h"
 #include "rpc/request.h"
 
 namespace gwconf {
@@ -29,8 +31,21 @@ namespace {
 
 constexpr int kBacklog = 16;
 
+/// Whether the next request finds the descriptors that it may need: its connection's, the log's,
+/// and two for files.
+bool descriptors_left() {
+  std::array<int, 4> copies;
+  for (int& copy : copies)
+    copy = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0);
+  const bool left = copies.back() >= 0;
+  for (const int copy : copies)
+    if (copy >= 0) close(copy);
+  return left;
+}
+
 /// Connections whose request was unreadable. Their clients get no answer and no end of the stream;
 /// a client that has gone is let go of, and one more than there is room for pushes the oldest out.
+/// So does one whose descriptor the requests of others would lack.
 class ParkedConnections {
  public:
   ~ParkedConnections() {
@@ -41,6 +56,8 @@ class ParkedConnections {
   void park(int fd) {
     if (count_ == kMax) drop_oldest();
     waits_[1 + count_++] = {.fd = fd, .events = 0, .revents = 0};
+    while (!descriptors_left() && drop_oldest()) {
+    }
   }
 
   /// Closes the oldest. False when there is none.
@@ -149,6 +166,7 @@ Status CM_RPC_RPOCESS(int fd) {
 
 int CM_RPC_ServerStart() {
   fill_command_table();
+  exclude_from_listening(getpid());
   cm_log_priority = LOG_WARNING;
   openlog("[CONFIG]", 0, LOG_USER);
   Server server;

@@ -427,6 +427,16 @@ TEST_F(Server, SixtyFourConnectionsAreParkedAndTheOldestGoesFirst) {
     }
 }
 
+TEST_F(Server, AListenerThatIsTheServerItselfIsRefusedAndNeverSignalled) {
+  ServerProcess server;
+  const std::string file = sandbox("/tmp/changes");
+  EXPECT_EQ(ask({"33", std::to_string(server.pid()), std::to_string(SIGKILL), file}),
+            (Texts{"-100"}));
+  EXPECT_EQ(ask({"0", kSummary, "changed"}), (Texts{"0"}));
+  EXPECT_EQ(ask({"2", kSummary}), (Texts{"changed", "0"}));
+  EXPECT_EQ(test::read_file(file), "");
+}
+
 // --- No descriptor left ---
 
 /// Limits the numbers of the descriptors that a process may open.
@@ -448,15 +458,32 @@ rlim_t first_free(pid_t pid) {
 
 TEST_F(Server, ForANewClientParkedConnectionsAreGivenUp) {
   ServerProcess server;
-  limit_descriptors(server.pid(), first_free(server.pid()) + 3);
   std::vector<std::unique_ptr<Client>> clients;
   for (int i = 0; i < 10; ++i) {
     clients.push_back(std::make_unique<Client>());
     clients.back()->send(unreadable());
   }
   EXPECT_EQ(ask({"2", kSummary}), (Texts{"gateway", "0"}));
+  limit_descriptors(server.pid(), first_free(server.pid()));
+  EXPECT_EQ(ask({"2", kSummary}), (Texts{"gateway", "0"}));
   for (std::size_t i = 0; i < clients.size(); ++i)
-    EXPECT_EQ(clients[i]->is_closed(), i < 8) << i;
+    EXPECT_EQ(clients[i]->is_closed(), i < 1) << i;
+}
+
+TEST_F(Server, ParkedConnectionsLeaveDescriptorsForWhatRequestsOpen) {
+  ServerProcess server;
+  limit_descriptors(server.pid(), first_free(server.pid()) + 6);
+  std::vector<std::unique_ptr<Client>> clients;
+  for (int i = 0; i < 10; ++i) {
+    clients.push_back(std::make_unique<Client>());
+    clients.back()->send(unreadable());
+  }
+  EXPECT_EQ(ask({"32", kSummary}).at(1), "0");
+  EXPECT_EQ(ask({"19"}), (Texts{"0"}));
+  // One or two are left, by whether a server that waits holds the next connection's already.
+  for (std::size_t i = 0; i < 8; ++i)
+    EXPECT_TRUE(clients[i]->is_closed()) << i;
+  EXPECT_FALSE(clients.back()->is_closed());
 }
 
 double processor_seconds(pid_t pid) {

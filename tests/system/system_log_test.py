@@ -107,6 +107,19 @@ class SystemLog(unittest.TestCase):
         self.assertEqual(self.client.ask("13", TABLE + "%s%n."), [b"2\0"])
         self.assert_lines(log)
 
+    def test_a_log_that_stands_still_does_not_hold_the_service(self):
+        log = self.listen()
+        self.start()
+        for number in range(41, 81):
+            self.assertEqual(self.client.ask("10", TABLE, str(number)), [b"0\0"])
+        first = log.recv(65536).decode().rstrip("\0")
+        self.assertRegex(first, LINE + "Add object .* instance 41$")
+        with self.assertRaises(BlockingIOError):
+            while True:
+                log.recv(65536)
+        self.assertEqual(self.client.ask("12", TABLE, "41"), [b"0\0"])
+        self.assert_lines(log, f"Delete object {TABLE} instance 41")
+
     def test_without_a_log_it_serves(self):
         self.start()
         self.assertEqual(self.client.ask("10", TABLE, "41"), [b"0\0"])
