@@ -1,11 +1,14 @@
 """Runs every command that the pages show and compares what it prints.
 
-A page's ```console blocks are one session: lines behind "$ " are commands, which go on behind "> ", and the lines below
-are their output, standard error included. Each page gets a daemon over a folder of its own, on the sample model.
+A page's ```console blocks are one session of one shell: lines behind "$ " are commands, which go on behind "> ", and the
+lines below are their output, standard error included. Each page gets a daemon over a folder of its own, on the sample
+model.
 """
 
+import os
 import re
 import shutil
+import signal
 import subprocess
 import unittest
 
@@ -31,6 +34,32 @@ def steps(page):
     return found
 
 
+class Shell:
+    """One that keeps its folder, its variables and its jobs from command to command."""
+
+    DONE = "-- done --"
+
+    def __init__(self, folder, environment):
+        self.process = subprocess.Popen(["bash"], cwd=folder, env=environment, text=True, start_new_session=True,
+                                        stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        os.killpg(self.process.pid, signal.SIGKILL)
+        self.process.communicate()
+
+    def lines_of(self, command):
+        self.process.stdin.write(f"{{ {command}\n}} </dev/null\necho; echo '{self.DONE}'\n")
+        self.process.stdin.flush()
+        lines = []
+        while (line := self.process.stdout.readline()) and line.rstrip("\n") != self.DONE:
+            lines.append(line.rstrip("\n"))
+        # The empty one goes before the end, also when the output ends within a line.
+        return lines[:-1] if lines and not lines[-1] else lines
+
+
 def run(command, folder, environment):
     return subprocess.run(["bash", "-c", command], cwd=folder, env=environment, text=True, timeout=60,
                           stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False)
@@ -48,9 +77,14 @@ class Commands(unittest.TestCase):
             if not shown:
                 continue
             with gateway() as (folder, environment):
-                for command, expected in shown:
-                    with self.subTest(page=page.name, command=command):
-                        self.assertEqual(run(command, folder, environment).stdout.splitlines(), expected)
+                project = folder / "gwconf"
+                project.mkdir()
+                for part in ("models", "docs"):
+                    (folder / part).rename(project / part)
+                with Shell(project, environment) as shell:
+                    for command, expected in shown:
+                        with self.subTest(page=page.name, command=command):
+                            self.assertEqual(shell.lines_of(command), expected)
 
     def test_manual(self):
         """The examples of the manual, with the files that they name."""
