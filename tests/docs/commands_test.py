@@ -81,6 +81,7 @@ class Commands(unittest.TestCase):
                 project.mkdir()
                 for part in ("models", "docs"):
                     (folder / part).rename(project / part)
+                (project / ".sandbox").symlink_to(folder / "sandbox")  # where scripts/run.sh has it
                 with Shell(project, environment) as shell:
                     for command, expected in shown:
                         with self.subTest(page=page.name, command=command):
