@@ -58,6 +58,11 @@ bool log_keeps_up() {
   return !stands_still;
 }
 
+/// Tells the system log of a change, by a format for its path and, where it has one, its number.
+void log_change(const char* format, const char* path, std::int32_t number = 0) {
+  if (log_keeps_up()) syslog(cm_log_priority, format, path, number);
+}
+
 using Creation = Status (*)(std::string_view table, std::int32_t n);
 
 /// The one procedure behind adding and inserting.
@@ -67,8 +72,7 @@ Status create_instance(int fd, char* buf, Creation creation, bool real, bool log
   if (const Status status = read_number(fd, &number)) return status;
   if (const Status status = creation(buf, number.value())) return status;
   set_instance_state(buf, number, real);
-  if (logged && log_keeps_up())
-    syslog(cm_log_priority, "Add object %s instance %d", buf, number.value());
+  if (logged) log_change("Add object %s instance %d", buf, number.value());
   return CM_OK;
 }
 
@@ -95,14 +99,14 @@ Status CM_RPC_RPOCESS_DelInstance(int fd, char* buf) {
   NumberArgument number;
   if (const Status status = read_number(fd, &number)) return status;
   if (const Status status = CM_CORE_DelInstance(buf, number.value())) return status;
-  if (log_keeps_up()) syslog(cm_log_priority, "Delete object %s instance %d", buf, number.value());
+  log_change("Delete object %s instance %d", buf, number.value());
   return CM_OK;
 }
 
 Status CM_RPC_RPOCESS_DelNode(int fd, char* buf) {
   if (!read_argument(fd, buf)) return CM_UNREADABLE;
   if (const Status status = CM_CORE_DelNode(buf)) return status;
-  if (log_keeps_up()) syslog(cm_log_priority, "Delete object %s", buf);
+  log_change("Delete object %s", buf);
   return CM_OK;
 }
 
