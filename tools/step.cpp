@@ -5,6 +5,8 @@
 #include <string_view>
 #include <thread>
 
+#include "core/deleted_defaults.h"
+#include "core/path.h"
 #include "tools/live_tree.h"
 
 namespace gwconf::tool {
@@ -16,9 +18,6 @@ constexpr std::array<const char*, 4> kVerbs = {"set", "attributes", "add", "del"
 /// Bits that a request may change and that mean something.
 constexpr unsigned kKnownBits = 0xfb;
 
-/// Where the daemon records which default instances were deleted, by path.
-constexpr const char* kDeletedDefaults =
-    "InternetGatewayDevice.X_VT_MiscCfg.DeletedDefaultInstances.";
 /// How long taking back waits for a daemon that does not answer.
 constexpr std::chrono::seconds kPatience{60};
 
@@ -40,7 +39,7 @@ void add_content(const Client& client, const std::string& path, const LiveObject
   for (const LiveParameter& parameter : object.parameters) {
     const std::string own = path + parameter.name;
     // Counters follow the instances.
-    if (!own.ends_with("NumberOfEntries"))
+    if (!own.ends_with(kNumberOfEntries))
       steps.push_back({.kind = Kind::kSet, .path = own, .value = parameter.value});
     steps.push_back({.kind = Kind::kAttributes, .path = own, .word = word_of(client, own)});
   }
@@ -50,7 +49,7 @@ void add_content(const Client& client, const std::string& path, const LiveObject
 }
 
 [[nodiscard]] bool is_recorded_as_deleted(const Client& client, const std::string& path) {
-  const Result<LiveTree> records = load_live_tree(client, kDeletedDefaults);
+  const Result<LiveTree> records = load_live_tree(client, std::string{kDeletedDefaults});
   if (!records) return false;
   for (const LiveObject& record : records.value.root.objects)
     if (!record.parameters.empty() && record.parameters.front().value == path) return true;

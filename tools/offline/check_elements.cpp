@@ -169,8 +169,8 @@ class ElementCheck {
 
   void check_object_name(std::string_view where) {
     const std::string_view name = element_.name;
-    if (index_ == 0 && name != kRoot)
-      note(Rule::kRootName, where, "the root object is called " + std::string{kRoot});
+    if (index_ == 0 && name != kRootSegment)
+      note(Rule::kRootName, where, "the root object is called " + std::string{kRootSegment});
     if (element_.parent != Element::kNone && outline_.elements[element_.parent].name == name)
       note(Rule::kNameOfParent, where,
            "the object around it has the same name: a path that says " + in_quotes(name, 80) +
@@ -441,7 +441,6 @@ class ElementCheck {
     }
   }
 
-  static constexpr std::string_view kRoot = "InternetGatewayDevice.";
   static constexpr std::int32_t kListedMax = 9999;
 
   const Outline& outline_;
