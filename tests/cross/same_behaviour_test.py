@@ -4,55 +4,26 @@ and files. Needs GWCONF_HOST_DAEMON, GWCONF_DEVICE_DAEMON, GWCONF_EMULATOR and G
 import os
 import re
 import shutil
-import subprocess
 import sys
 import tempfile
-import time
 import unittest
 from pathlib import Path
 
-sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "support"))
+PROJECT = Path(__file__).resolve().parents[2]
+sys.path[:0] = [str(PROJECT / "tests/support"), str(PROJECT / "scripts")]
 from daemon_requests import ROOT, Client, Model, broken_requests, random_requests
+from sandbox import Sandbox
 
 MODEL = Model(os.environ["GWCONF_MODEL"])
 FLASH = ("dev/mtd9", "dev/mtd10")
 
 
-class Gateway:
-    """A daemon over a folder of its own."""
+class Gateway(Sandbox):
+    """A daemon of either byte order, and a client of it."""
 
     def __init__(self, command, order):
-        self.command = command
-        self.folder = Path(tempfile.mkdtemp(prefix="gwconf-cross."))
-        for name in ("etc", "dev", "tmp"):
-            (self.folder / name).mkdir()
-        for name in FLASH:
-            (self.folder / name).touch()
-        shutil.copy(os.environ["GWCONF_MODEL"], self.folder / "etc/default.xml")
-        self.client = Client(str(self.folder / "tmp/Vantrel_cm_socket"), order)
-        self.process = None
-
-    def start(self):
-        environment = dict(os.environ, GWCONF_SANDBOX=str(self.folder))
-        self.process = subprocess.Popen(self.command, env=environment, stdout=subprocess.DEVNULL)
-        for _ in range(400):
-            try:
-                if self.client.ask("2", ROOT + "DeviceSummary")[-1] == b"0\0":
-                    return
-            except OSError:
-                pass
-            time.sleep(0.05)
-        raise RuntimeError("the daemon does not answer")
-
-    def stop(self):
-        if self.process:
-            self.process.terminate()
-            self.process.wait(20)
-            self.process = None
-
-    def remove(self):
-        self.stop()
-        shutil.rmtree(self.folder)
+        super().__init__(tempfile.mkdtemp(prefix="gwconf-cross."), command, os.environ["GWCONF_MODEL"])
+        self.client = Client(self.socket, order)
 
 
 class SameBehaviour(unittest.TestCase):

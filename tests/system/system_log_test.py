@@ -4,17 +4,17 @@ Runs itself again in a mount namespace, where /dev is its own. Needs GWCONFD and
 """
 
 import os
-import shutil
 import socket
 import subprocess
 import sys
 import tempfile
-import time
 import unittest
 from pathlib import Path
 
-sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "support"))
+PROJECT = Path(__file__).resolve().parents[2]
+sys.path[:0] = [str(PROJECT / "tests/support"), str(PROJECT / "scripts")]
 from daemon_requests import ROOT, Client
+from sandbox import Sandbox
 
 TABLE = ROOT + "Layer3Forwarding.Forwarding."
 # Facility user, priority warning; then the time, without the host's name or a process id.
@@ -28,14 +28,10 @@ class SystemLog(unittest.TestCase):
         Path("/dev/null").touch()
 
     def setUp(self):
-        self.folder = Path(tempfile.mkdtemp(prefix="gwconf-log."))
-        self.addCleanup(shutil.rmtree, self.folder)
-        for name in ("etc", "dev", "tmp"):
-            (self.folder / name).mkdir()
-        for name in ("dev/mtd9", "dev/mtd10"):
-            (self.folder / name).touch()
-        shutil.copy(os.environ["GWCONF_MODEL"], self.folder / "etc/default.xml")
-        self.client = Client(str(self.folder / "tmp/Vantrel_cm_socket"), "<" if sys.byteorder == "little" else ">")
+        folder = tempfile.mkdtemp(prefix="gwconf-log.")
+        self.sandbox = Sandbox(folder, [os.environ["GWCONFD"]], os.environ["GWCONF_MODEL"])
+        self.addCleanup(self.sandbox.remove)
+        self.client = Client(self.sandbox.socket, "<" if sys.byteorder == "little" else ">")
 
     def listen(self):
         log = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
@@ -44,23 +40,6 @@ class SystemLog(unittest.TestCase):
         self.addCleanup(os.unlink, "/dev/log")
         log.settimeout(0)
         return log
-
-    def start(self):
-        daemon = subprocess.Popen(
-            [os.environ["GWCONFD"]],
-            env=dict(os.environ, GWCONF_SANDBOX=str(self.folder)),
-            stdout=subprocess.DEVNULL,
-            stderr=subprocess.DEVNULL,
-        )
-        self.addCleanup(daemon.wait)
-        self.addCleanup(daemon.terminate)
-        for _ in range(200):
-            try:
-                self.client.ask("2", ROOT)
-                return
-            except OSError:
-                time.sleep(0.05)
-        self.fail("the daemon does not answer")
 
     def assert_lines(self, log, *wanted):
         """What came since the last look; a request's line is sent before its answer."""
@@ -77,7 +56,7 @@ class SystemLog(unittest.TestCase):
 
     def test_instances_come_and_go(self):
         log = self.listen()
-        self.start()
+        self.sandbox.start()
         self.assert_lines(log)
         self.assertEqual(self.client.ask("10", TABLE, "41"), [b"0\0"])
         self.assert_lines(log, f"Add object {TABLE} instance 41")
@@ -90,7 +69,7 @@ class SystemLog(unittest.TestCase):
 
     def test_other_requests_say_nothing(self):
         log = self.listen()
-        self.start()
+        self.sandbox.start()
         self.client.ask("0", ROOT + "Time.NTPServer1", "a")
         self.client.ask("14", TABLE, "1")
         self.client.ask("17", TABLE)
@@ -99,7 +78,7 @@ class SystemLog(unittest.TestCase):
 
     def test_a_refusal_says_nothing(self):
         log = self.listen()
-        self.start()
+        self.sandbox.start()
         self.assertEqual(self.client.ask("10", TABLE, "7"), [b"0\0"])
         self.assert_lines(log, f"Add object {TABLE} instance 7")
         self.assertEqual(self.client.ask("10", TABLE, "7"), [b"5\0"])
@@ -109,7 +88,7 @@ class SystemLog(unittest.TestCase):
 
     def test_a_log_that_stands_still_does_not_hold_the_service(self):
         log = self.listen()
-        self.start()
+        self.sandbox.start()
         for number in range(41, 81):
             self.assertEqual(self.client.ask("10", TABLE, str(number)), [b"0\0"])
         first = log.recv(65536).decode().rstrip("\0")
@@ -121,7 +100,7 @@ class SystemLog(unittest.TestCase):
         self.assert_lines(log, f"Delete object {TABLE} instance 41")
 
     def test_without_a_log_it_serves(self):
-        self.start()
+        self.sandbox.start()
         self.assertEqual(self.client.ask("10", TABLE, "41"), [b"0\0"])
         self.assertEqual(self.client.ask("12", TABLE, "41"), [b"0\0"])
 

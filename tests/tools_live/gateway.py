@@ -3,11 +3,15 @@
 import glob
 import json
 import os
-import shutil
 import subprocess
+import sys
 import tempfile
 import time
 import unittest
+from pathlib import Path
+
+sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "scripts"))
+from sandbox import Sandbox
 
 GWCTL = os.environ["GWCTL"]
 DAEMON = os.environ["GWCONFD"]
@@ -19,52 +23,16 @@ NTP = TIME + "NTPServer1"
 FORWARDING = ROOT + "Layer3Forwarding.Forwarding."
 
 
-class Gateway:
-    """The sandbox folder and its daemon."""
+class Gateway(Sandbox):
+    """A sandbox, and gwctl with its daemon."""
 
     def __init__(self):
-        self.folder = tempfile.mkdtemp(prefix="gwctl-live.")
-        for name in ("etc", "dev", "tmp"):
-            os.mkdir(os.path.join(self.folder, name))
-        shutil.copy(MODEL, self.path("etc/default.xml"))
-        for name in ("dev/mtd9", "dev/mtd10"):
-            open(self.path(name), "w").close()
-        self.socket = self.path("tmp/Vantrel_cm_socket")
-        self.environment = dict(
-            os.environ,
-            GWCONF_SANDBOX=self.folder,
-            GWCONF_SOCKET=self.socket,
-            TMPDIR=self.folder,
-            GWCTL_HISTORY=self.path("history"),
-            TERM="dumb",
-        )
-        self.daemon = None
+        super().__init__(tempfile.mkdtemp(prefix="gwctl-live."), [DAEMON], MODEL)
+        folder = str(self.folder)
+        self.environment.update(TMPDIR=folder, GWCTL_HISTORY=self.path("history"), TERM="dumb")
 
     def path(self, name):
-        return os.path.join(self.folder, name)
-
-    def start(self):
-        self.daemon = subprocess.Popen(
-            [DAEMON],
-            env=self.environment,
-            stdout=subprocess.DEVNULL,
-            stderr=subprocess.DEVNULL,
-        )
-        for _ in range(200):
-            if self.run("get", ROOT + "DeviceSummary").returncode == 0:
-                return
-            time.sleep(0.05)
-        raise RuntimeError("the daemon does not answer")
-
-    def stop(self):
-        if self.daemon:
-            self.daemon.terminate()
-            self.daemon.wait()
-            self.daemon = None
-
-    def close(self):
-        self.stop()
-        shutil.rmtree(self.folder)
+        return str(self.folder / name)
 
     def run(self, *arguments, **options):
         options.setdefault("stdin", subprocess.DEVNULL) if "input" not in options else None
@@ -97,7 +65,7 @@ class LiveTest(unittest.TestCase):
 
     def setUp(self):
         self.gateway = Gateway()
-        self.addCleanup(self.gateway.close)
+        self.addCleanup(self.gateway.remove)
         self.gateway.start()
 
     def run_tool(self, *arguments, status=0, **options):
