@@ -7,6 +7,8 @@
 
 namespace gwconf {
 
+class RecordFilter;
+
 // A table is an object whose children are, in order, the template "0." and the instances in
 // ascending number. Its counter is a parameter of the object around it. `table` is always an object
 // path, with its dot.
@@ -19,6 +21,10 @@ namespace gwconf {
 /// nothing.
 Status CM_CORE_AddInstance(std::string_view table, std::int32_t n);
 
+/// The same for a merge, which need not go through all records for each row. `records`, which may
+/// be null, holds what the records have, and is made anew when that has changed.
+Status add_instance(std::string_view table, std::int32_t n, RecordFilter* records);
+
 /// Creates instance `n`, after moving the consecutive run of instances that starts at n up by one.
 /// The codes of CM_CORE_AddInstance, and CM_REFUSED when the instances behind n do not ascend. A
 /// failure leaves the instances that were already renumbered as they are.
@@ -28,6 +34,9 @@ Status CM_CORE_InsertInstance(std::string_view table, std::int32_t n);
 /// defaults. CM_INVALID: n below 1, not an object path, or the root; CM_NOT_FOUND. Without memory a
 /// counter or a record stays behind, and the instance is deleted all the same.
 Status CM_CORE_DelInstance(std::string_view table, std::int32_t n);
+
+/// The same; with `is_recorded` for an instance that a record is known to match.
+Status delete_instance(std::string_view table, std::int32_t n, bool is_recorded);
 
 /// Deletes any object but the root, with its subtree; neither counted nor recorded. CM_INVALID, and
 /// nothing changed: not an object path, the root, or an object that its parent does not list;
@@ -39,13 +48,6 @@ Status CM_CORE_DelNode(std::string_view path);
 /// stay renumbered; the lookup's code when neither the instance before `start` nor the one after
 /// that is there.
 Status CM_CORE_InstanceReArrange(std::string_view table, std::int32_t start, std::int32_t count);
-
-/// Moves `node` below `newParent`, behind the nearest instance with a number not above its own, and
-/// counts it out and in. A node that is no instance goes first when it was its old parent's first
-/// child; otherwise the old parent goes on listing it, and when its new parent is deleted it is the
-/// old one's again. CM_INVALID, and nothing changed: the root, a new parent inside the node itself,
-/// or a node that another object than its parent lists.
-Status CM_CORE_NodeMove(Node* newParent, Node* node);
 
 /// CM_CORE_AddInstance that creates missing enclosing instances first and takes an existing one for
 /// success. CM_INVALID for any failure; enclosing instances that were created stay.
@@ -59,21 +61,14 @@ Status CM_CORE_SubTreeCopy_Node(const Node* source, Node* target, int top);
 /// all with the parent of `target`. Short names stay behind. Codes as above.
 Status CM_CORE_SubTreeCopy_Para(const Parameter* source, Parameter* target);
 
+/// The number of a row as lists of instances have it: a name has room for five characters there,
+/// the last of which becomes the comma.
+[[nodiscard]] std::string_view listed_number(const Node& row);
+
 /// Replaces the table path in `path`, a buffer of kPathBufferSize, by its instance numbers above 0,
 /// each with a comma; the empty text for an empty or missing table. Numbers of five digits or more
 /// are listed cut to four. CM_INVALID, `path` unchanged: no object around the table, or a list past
 /// the buffer. `size` has no effect.
 Status CM_CORE_GetInstanceList(char* path, std::int32_t size);
-
-/// The counter of a table, the tree's own, or none.
-[[nodiscard]] Parameter* CM_CORE_GetObjOfNumberOfEntries(const Node* tableNode);
-
-/// Counts the table of `node` up (0) or down (1), never below 0. CM_INVALID: another `decrement`,
-/// no parent, or no memory (the old value stays); CM_NOT_FOUND: the table has no counter.
-Status CM_CORE_NumberOfEntriesModify(const Node* node, unsigned decrement);
-
-/// The number of real instances of the table that `counter` counts, which is looked for beside the
-/// counter only. CM_NOT_FOUND: not a counter, or no such table; `out` is then 0.
-Status CM_CORE_GetNonVirtualNumberOfEntries(const Parameter* counter, std::int32_t* out);
 
 }  // namespace gwconf

@@ -16,19 +16,15 @@ class OwnedText {
   OwnedText() = default;
   OwnedText(OwnedText&& other) noexcept : text_{std::exchange(other.text_, nullptr)} {}
   OwnedText& operator=(OwnedText&& other) noexcept {
-    if (this != &other) heap_release(std::exchange(text_, std::exchange(other.text_, nullptr)));
+    if (this != &other) give_back(std::exchange(text_, std::exchange(other.text_, nullptr)));
     return *this;
   }
   OwnedText(const OwnedText&) = delete;
   OwnedText& operator=(const OwnedText&) = delete;
-  ~OwnedText() { heap_release(text_); }
+  ~OwnedText() { give_back(text_); }
 
   /// Takes over a text that came from heap_allocate, or none.
-  [[nodiscard]] static OwnedText adopt(char* text) noexcept {
-    OwnedText owned;
-    owned.text_ = text;
-    return owned;
-  }
+  [[nodiscard]] static OwnedText adopt(char* text) noexcept;
 
   /// Becomes a copy of `source` (which may be a view of this very text). False when there is no
   /// memory; the old text then stays.
@@ -42,14 +38,16 @@ class OwnedText {
     return true;
   }
 
-  void reset() noexcept { heap_release(std::exchange(text_, nullptr)); }
+  void reset() noexcept { give_back(std::exchange(text_, nullptr)); }
 
   /// Hands the text to the caller, who gives it back with heap_release.
-  [[nodiscard]] char* release() noexcept { return std::exchange(text_, nullptr); }
+  [[nodiscard]] char* release() noexcept;
+
+  /// The bytes of all texts that have an owner at the moment, their NULs included.
+  [[nodiscard]] static std::size_t bytes_in_use() noexcept;
 
   /// The text, or none.
   [[nodiscard]] const char* get() const noexcept { return text_; }
-  [[nodiscard]] char* get() noexcept { return text_; }
 
   /// The text; the empty text stands for none.
   [[nodiscard]] const char* c_str() const noexcept { return text_ ? text_ : ""; }
@@ -62,6 +60,8 @@ class OwnedText {
   explicit operator bool() const noexcept { return text_ != nullptr; }
 
  private:
+  static void give_back(char* text) noexcept;
+
   char* text_ = nullptr;
 };
 

@@ -4,22 +4,30 @@
 #include <cstring>
 
 #include "core/number.h"
+#include "core/row_index.h"
 #include "core/text_view.h"
+#include "core/walk.h"
 
 namespace gwconf {
 namespace {
 
-/// Follows the object segments of `path` from the root. The rest behind the last dot goes to
-/// `leaf`.
-Node* walk(std::string_view path, std::string_view* leaf) {
-  Node* node = cml_root;
+constexpr std::string_view kTemplate = "0.";
+
+enum class Segments { kAsTheyAre, kOfTemplates };
+
+/// Follows the object segments of `path` from `node`, which may be null; instance segments lead to
+/// the template where that is asked for. The rest behind the last dot goes to `leaf`.
+Node* walk(Node* node, std::string_view path, std::string_view* leaf,
+           Segments segments = Segments::kAsTheyAre) {
   while (node) {
     const std::size_t dot = path.find('.');
     if (dot == std::string_view::npos) break;
-    const std::string_view segment{path.data(), dot + 1};
-    if (segment.size() > kSegmentMax) return nullptr;
-    node = CM_CORE_GetChildObjByName(node, segment);
+    std::string_view segment{path.data(), dot + 1};
     path.remove_prefix(segment.size());
+    if (segment.size() > kSegmentMax) return nullptr;
+    if (segments == Segments::kOfTemplates && CM_CORE_CheckIfInstance(segment) == CM_OK)
+      segment = kTemplate;
+    node = CM_CORE_GetChildObjByName(node, segment);
   }
   *leaf = path;
   return node;
@@ -51,6 +59,13 @@ Status path_of(std::string_view leaf, const Node* ancestor, std::span<char> out)
   return CM_OK;
 }
 
+bool has_user_set_parameter(const Node& node) {
+  const Parameter* param = node.params;
+  while (param && !has(*param, kUserSet))
+    param = param->next;
+  return param != nullptr;
+}
+
 }  // namespace
 
 bool PathText::append(std::string_view part) {
@@ -70,6 +85,10 @@ InstanceName::InstanceName(std::int32_t number) {
   length_ = digits.view().size() + 1;
   std::memcpy(text_, digits.c_str(), length_ - 1);
   text_[length_ - 1] = '.';
+}
+
+bool is_segment(std::string_view name, std::string_view stem) {
+  return name.size() == stem.size() + 1 && begins_with(name, stem) && name.ends_with('.');
 }
 
 Status CM_UTL_UriIsObjNode(std::string_view path) {
@@ -101,11 +120,7 @@ const char* strstr_last(const char* str, const char* tail) {
 }
 
 Node* CM_CORE_GetChildObjByName(Node* node, std::string_view name) {
-  if (node->name.view() == name) return node;
-  Node* child = node->children;
-  while (child && child->name.view() != name)
-    child = child->next;
-  return child;
+  return node->name.view() == name ? node : find_child(node, name);
 }
 
 Parameter* CM_CORE_GetChildParaByName(Node* node, std::string_view name) {
@@ -119,7 +134,22 @@ Status CM_CORE_GetObjNodeByUri(std::string_view path, Node** out) {
   *out = nullptr;
   if (CM_UTL_UriIsObjNode(path) != CM_OK || path.size() >= kPathBufferSize) return CM_INVALID;
   std::string_view leaf;
-  *out = walk(path, &leaf);
+  *out = walk(cml_root, path, &leaf);
+  return *out ? CM_OK : CM_NOT_FOUND;
+}
+
+Node* descend(Node* from, std::string_view segments) {
+  std::string_view leaf;
+  Node* node = walk(from, segments, &leaf);
+  return leaf.empty() ? node : nullptr;
+}
+
+Status find_template(std::string_view table, Node** out) {
+  *out = nullptr;
+  if (table.size() + kTemplate.size() >= kPathBufferSize) return CM_INVALID;
+  std::string_view leaf;
+  Node* model = walk(cml_root, table, &leaf, Segments::kOfTemplates);
+  if (model) *out = CM_CORE_GetChildObjByName(model, kTemplate);
   return *out ? CM_OK : CM_NOT_FOUND;
 }
 
@@ -129,7 +159,7 @@ Status CM_CORE_GetParaNodeByUri(std::string_view path, Parameter** out) {
     return CM_INVALID;
   if (!has_dot(path)) return CM_NOT_FOUND;
   std::string_view leaf;
-  Node* node = walk(path, &leaf);
+  Node* node = walk(cml_root, path, &leaf);
   if (node) *out = CM_CORE_GetChildParaByName(node, leaf);
   return *out ? CM_OK : CM_NOT_FOUND;
 }
@@ -139,7 +169,8 @@ Status CM_CORE_SetValueByURI(std::string_view path, const char* value) {
   Parameter* param = nullptr;
   if (const Status status = CM_CORE_GetParaNodeByUri(path, &param)) return status;
   if (has(*param->parent, kDisabled)) return CM_OK;
-  if (!param->value.assign(std::string_view{value})) return CM_NO_MEMORY;
+  const std::string_view text{value};
+  if (!tree_has_room(text.size()) || !param->value.assign(text)) return CM_NO_MEMORY;
   if (!ends_in(param->name.view(), kNumberOfEntries)) set(*param, kUserSet);
   return CM_OK;
 }
@@ -182,10 +213,29 @@ Status CM_UTL_Node2URI(const Node* node, OwnedText* buffer) {
     length += part->name.view().size();
   }
   if (!node || length >= kPathBufferSize) return CM_INVALID;
-  char* text = static_cast<char*>(CM_UTL_malloc(buffer->get(), length + 1));
+  char* text = static_cast<char*>(CM_UTL_malloc(buffer->release(), length + 1));
   if (!text) return CM_NO_MEMORY;
-  if (!*buffer) *buffer = OwnedText::adopt(text);
-  return path_of({}, node, {text, length + 1});
+  const Status status = path_of({}, node, {text, length + 1});
+  *buffer = OwnedText::adopt(text);
+  return status;
+}
+
+bool paths_fit(const Node& node, const Node* parent) {
+  std::size_t length = 0;
+  for (; parent; parent = parent->parent)
+    length += parent->name.view().size();
+  const auto enter = [&length](const Node& object) {
+    length += object.name.view().size();
+    std::size_t longest = 0;
+    for (const Parameter* param = object.params; param; param = param->next)
+      longest = std::max(longest, param->name.view().size());
+    return length + longest < kPathBufferSize ? Visit::kEnter : Visit::kStop;
+  };
+  const auto leave = [&length](const Node& object) {
+    length -= object.name.view().size();
+    return true;
+  };
+  return walk_subtree(&node, enter, leave);
 }
 
 void CM_CORE_GetModelUri(char* path) {
@@ -199,8 +249,8 @@ void CM_CORE_GetModelUri(char* path) {
     const std::string_view segment{path + at, dot + 1 - at};
     at = dot + 1;
     if (CM_CORE_CheckIfInstance(segment) == CM_OK) {
-      *out++ = '0';
-      *out++ = '.';
+      for (const char c : kTemplate)
+        *out++ = c;
     } else {
       std::memmove(out, segment.data(), segment.size());
       out += segment.size();
@@ -210,15 +260,24 @@ void CM_CORE_GetModelUri(char* path) {
 }
 
 Status CM_CORE_UpdateUserSetFlag(Node* node, int* out) {
+  const auto enter = [](Node& object) {
+    set(object, kUserSetBelow, false);
+    return Visit::kEnter;
+  };
   for (; node; node = node->next) {
-    set(*node, kUserSetBelow, false);
-    int below = 0;
-    if (node->children) ignore(CM_CORE_UpdateUserSetFlag(node->children, &below));
-    for (const Parameter* param = node->params; param && !below; param = param->next)
-      below = has(*param, kUserSet) ? 1 : 0;
-    const bool own = has(*node, kUserSet);
-    if (own || below) *out = 1;
-    if (!own && below) set(*node, kUserSetBelow);
+    // On the way back the bit holds what the children said.
+    const auto leave = [top = node, out](Node& object) {
+      const bool own = has(object, kUserSet);
+      const bool below = has(object, kUserSetBelow) || has_user_set_parameter(object);
+      set(object, kUserSetBelow, below && !own);
+      if (!own && !below) return true;
+      if (&object == top)
+        *out = 1;
+      else
+        set(*lister_of(object), kUserSetBelow);
+      return true;
+    };
+    static_cast<void>(walk_subtree(node, enter, leave));  // nothing stops it
   }
   return CM_OK;
 }

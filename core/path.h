@@ -49,6 +49,9 @@ class InstanceName {
   std::size_t length_;
 };
 
+/// True when `name` is the segment of an object called `stem`.
+[[nodiscard]] bool is_segment(std::string_view name, std::string_view stem);
+
 /// CM_OK when `path` ends with a dot, else CM_INVALID (the empty path included).
 Status CM_UTL_UriIsObjNode(std::string_view path);
 
@@ -62,6 +65,11 @@ Status CM_UTL_IsInstance(std::string_view name);
 /// `name`, else -1. Deliberately unanchored: an object whose name ends in a zero counts as a
 /// template.
 [[nodiscard]] std::int32_t CM_UTL_GetInstanceNumber(std::string_view name);
+
+/// The same for the name of an object.
+[[nodiscard]] inline std::int32_t number_of(const Node& node) {
+  return CM_UTL_GetInstanceNumber(node.name.view());
+}
 
 /// The position of `tail` in `str` when `str` ends with it, else none (for none arguments too).
 [[nodiscard]] const char* strstr_last(const char* str, const char* tail);
@@ -79,9 +87,19 @@ Status CM_CORE_GetObjNodeByUri(std::string_view path, Node** out);
 /// Finds a parameter by its path. As above; CM_INVALID when `path` is none or ends with a dot.
 Status CM_CORE_GetParaNodeByUri(std::string_view path, Parameter** out);
 
+/// The object that `segments`, each with its dot, lead to from `from`, as they do in a path; null
+/// when there is none.
+[[nodiscard]] Node* descend(Node* from, std::string_view segments);
+
+/// The template of the table at the object path `table`, the tree's own, in `out`. It is looked for
+/// in the top-level chain of templates: that of A.3.B. is A.0.B.0. CM_NOT_FOUND when there is none;
+/// CM_INVALID when its path passes the bound. `out` is null then.
+Status find_template(std::string_view table, Node** out);
+
 /// Stores a copy of `value` in the parameter at `path` and marks it user-set, unless it is a
 /// NumberOfEntries counter. No value, or a disabled object: CM_OK, nothing changed. The lookup's
-/// code when there is no such parameter. CM_NO_MEMORY: the old value stays.
+/// code when there is no such parameter. CM_NO_MEMORY, without room in the tree too: the old value
+/// stays.
 Status CM_CORE_SetValueByURI(std::string_view path, const char* value);
 
 /// Copies the stored value of the parameter at `path` into `out`, cut to its size, NUL included;
@@ -103,6 +121,10 @@ Status CM_CORE_GetURIByObjNode(const Node* node, std::span<char> out);
 /// enough), or in a new one of the caller's. CM_INVALID when the node or an ancestor has no name,
 /// or the bound of a path is passed; CM_NO_MEMORY. `buffer` is not changed on failure.
 Status CM_UTL_Node2URI(const Node* node, OwnedText* buffer);
+
+/// Whether all paths at and below `node` stay within the bound of a path when `parent` is its
+/// parent.
+[[nodiscard]] bool paths_fit(const Node& node, const Node* parent);
 
 /// Rewrites an object path in place into that of its template: every instance segment becomes "0.".
 /// A parameter path stays.

@@ -3,6 +3,8 @@
 #include <new>
 
 #include "core/path.h"
+#include "core/row_index.h"
+#include "core/strays.h"
 
 namespace gwconf {
 
@@ -12,6 +14,16 @@ namespace {
 
 constexpr unsigned kWordBits = 16;
 
+std::size_t records = 0;
+
+/// A record that is not cleared yet, or null.
+template <typename Record>
+Record* allocate_record() {
+  auto* record = static_cast<Record*>(CM_UTL_malloc(nullptr, sizeof(Record)));
+  if (record) ++records;
+  return record;
+}
+
 /// Splits the first record off a list and frees it. Lists are freed in a loop: a table of a hundred
 /// thousand rows must not need as many stack frames.
 template <typename Record>
@@ -19,6 +31,7 @@ Record* free_first(Record* record) {
   Record* next = record->next;
   record->~Record();
   heap_release(record);
+  if (records > 0) --records;  // the memory of a record may be another program's
   return next;
 }
 
@@ -85,19 +98,15 @@ Status CM_UTL_FreeNode(Node* node) {
       last->next = node->next;
       node->next = node->children;
     }
+    drop_row_index(node);
+    forget_stray(node);
     node = free_first(node);
   }
   return CM_OK;
 }
 
 Status CM_UTL_RebuildStructureBeforeNodeRemove(Node* node) {
-  for (Node** link = &node->parent->children; *link; link = &(*link)->next) {
-    if (*link != node) continue;
-    *link = node->next;
-    node->next = nullptr;
-    return CM_OK;
-  }
-  return CM_INVALID;
+  return unlink_child(node->parent, node) ? CM_OK : CM_INVALID;
 }
 
 Status CM_UTL_FreeNode_KeepInstance(Node* node, int /*keep*/) {
@@ -109,14 +118,18 @@ Status CM_UTL_FreeNode_KeepInstance(Node* node, int /*keep*/) {
   return CM_UTL_FreeNode(node);
 }
 
+bool tree_has_room(std::size_t text) {
+  return records < kRecordsMax && OwnedText::bytes_in_use() + text < kTextBytesMax;
+}
+
 NodePtr new_node() {
-  auto* node = static_cast<Node*>(CM_UTL_malloc(nullptr, sizeof(Node)));
+  auto* node = allocate_record<Node>();
   if (node) ignore(CM_UTL_InitNode(node));
   return NodePtr{node};
 }
 
 ParameterPtr new_parameter() {
-  auto* param = static_cast<Parameter*>(CM_UTL_malloc(nullptr, sizeof(Parameter)));
+  auto* param = allocate_record<Parameter>();
   if (param) ignore(CM_UTL_InitPara(param));
   return ParameterPtr{param};
 }

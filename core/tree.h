@@ -127,6 +127,13 @@ struct FreePara {
 using NodePtr = std::unique_ptr<Node, FreeNode>;
 using ParameterPtr = std::unique_ptr<Parameter, FreePara>;
 
+/// Whether the trees in memory may grow by a record, or by `text` bytes. They are bounded together,
+/// so that no series of requests exhausts the device: by kRecordsMax objects and parameters, and
+/// kTextBytesMax of text. Loading a file is not asked; files have a bound of their own.
+[[nodiscard]] bool tree_has_room(std::size_t text = 0);
+inline constexpr std::size_t kRecordsMax = 524'288;
+inline constexpr std::size_t kTextBytesMax = std::size_t{16} << 20;
+
 /// A cleared record of the caller's, or none when there is no memory.
 [[nodiscard]] NodePtr new_node();
 [[nodiscard]] ParameterPtr new_parameter();

@@ -1,6 +1,7 @@
 #include "rpc/export.h"
 
 #include "core/path.h"
+#include "core/walk.h"
 #include "platform/getters.h"
 #include "rpc/request.h"
 #include "storage/file.h"
@@ -90,23 +91,34 @@ void CM_RPC_CML2XML_PARAMETER(std::FILE* file, const Parameter* param, std::int3
 
 Status CM_RPC_CML2XML(const Node* node, std::FILE* file, std::int32_t depth) {
   if (!node) return CM_UNUSABLE;
-  const bool top = depth == 0;
-  if (top) {
+  const bool is_document = depth == 0;
+  if (is_document) {
     write(file, kElementDialect.document_start);
     CM_RPC_CML2XML_NODE(file, node, depth);
     depth = 1;
   }
-  for (const Parameter* param = node->params; param; param = param->next)
-    if (!has(*param, kDisabled)) CM_RPC_CML2XML_PARAMETER(file, param, depth);
-  for (const Node* child = node->children; child; child = child->next) {
-    const std::int32_t number = CM_UTL_GetInstanceNumber(child->name.view());
-    if (has(*child, kDisabled) || number == 0) continue;
-    const std::int32_t row = number > 0 ? depth + 1 : depth;
-    CM_RPC_CML2XML_NODE(file, child, row);
-    if (const Status status = CM_RPC_CML2XML(child, file, row + 1)) return status;
-    CM_RPC_CML2XML_NODE_END(file, kTagElement, row);
-  }
-  if (top) {
+  // `depth` is that of the members of the object worked on.
+  const auto enter = [node, file, &depth](const Node& object) {
+    if (&object != node) {
+      const std::int32_t number = number_of(object);
+      if (has(object, kDisabled) || number == 0) return Visit::kSkip;
+      if (number > 0) ++depth;
+      CM_RPC_CML2XML_NODE(file, &object, depth);
+      ++depth;
+    }
+    for (const Parameter* param = object.params; param; param = param->next)
+      if (!has(*param, kDisabled)) CM_RPC_CML2XML_PARAMETER(file, param, depth);
+    return Visit::kEnter;
+  };
+  const auto leave = [node, file, &depth](const Node& object) {
+    if (&object == node) return true;
+    --depth;
+    CM_RPC_CML2XML_NODE_END(file, kTagElement, depth);
+    if (number_of(object) > 0) --depth;
+    return true;
+  };
+  static_cast<void>(walk_subtree(node, enter, leave));  // nothing stops it
+  if (is_document) {
     CM_RPC_CML2XML_NODE_END(file, kTagElement, 0);
     write(file, kElementDialect.document_end);
   }

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include "core/instance.h"
+#include "core/move.h"
 #include "core/number.h"
 #include "core/path.h"
 #include "rpc/request.h"

@@ -36,7 +36,7 @@ Status CM_RPC_RPOCESS_SetParameterValues(int fd, char* buf) {
   if (util_xml_encoder(escaped, buf) < 0) return CM_INVALID;
   const std::string_view value{escaped};
   if (param->value && param->value.view() == value) return CM_UNCHANGED;
-  if (!param->value.assign(value)) return CM_NO_MEMORY;
+  if (!tree_has_room(value.size()) || !param->value.assign(value)) return CM_NO_MEMORY;
   ignore(CM_RPC_TR069_Notification_Check(param, buf, kMessageMax));  // mostly nobody listens
   if (!ends_in(param->name.view(), kNumberOfEntries)) set(*param, kUserSet);
   return CM_OK;

@@ -6,6 +6,7 @@
 #include <strings.h>
 
 #include "core/path.h"
+#include "core/row_index.h"
 #include "xml/attribute_word.h"
 #include "xml/dom.h"
 #include "xml/reader.h"
@@ -81,24 +82,59 @@ bool is_layout(const IXML_Node& item) {
   return skip_white_space(text) == text.size();
 }
 
-Status load_children(Node* node, IXML_Node* element, std::size_t path_length) {
-  Node** next_child = end_of(&node->children);
-  Parameter** next_param = end_of(&node->params);
-  for (IXML_Node* item = ixmlNode_getFirstChild(element); item;
-       item = ixmlNode_getNextSibling(item)) {
-    if (is_layout(*item)) continue;
-    if (CM_XML2RAM_IsNode(item) != CM_OK) {
-      if (const Status status = load_parameter(node, item, path_length, next_param)) return status;
-      next_param = &(*next_param)->next;
-      continue;
-    }
-    std::size_t child_path_length = path_length;
-    if (const Status status = begin_object(node, item, &child_path_length, next_child))
-      return status;
-    if (const Status status = load_children(*next_child, item, child_path_length)) return status;
-    next_child = &(*next_child)->next;
+/// The object that the children of an element are loaded into. The loader goes down and up in a
+/// loop: a document may nest as deep as a path can be long.
+struct Cursor {
+  Node* node;
+  IXML_Node* element;
+  std::size_t path_length;
+  Node** next_child;
+  Parameter** next_param;
+
+  Cursor(Node* object, IXML_Node* of, std::size_t length)
+      : node{object},
+        element{of},
+        path_length{length},
+        next_child{end_of(&object->children)},
+        next_param{end_of(&object->params)} {}
+
+  /// The cursor of the object around this one, behind it.
+  [[nodiscard]] Cursor around() const {
+    const std::size_t segment = std::max<std::size_t>(node->name.view().size(), 1);
+    Cursor outer{node->parent, element->parentNode, path_length - segment};
+    outer.next_child = &node->next;
+    return outer;
   }
-  return CM_OK;
+};
+
+/// Loads one child of the cursor's element. For an object the cursor then stands on it.
+Status load_item(Cursor* cursor, IXML_Node* item) {
+  if (is_layout(*item)) return CM_OK;
+  if (CM_XML2RAM_IsNode(item) != CM_OK) {
+    const Status status =
+        load_parameter(cursor->node, item, cursor->path_length, cursor->next_param);
+    if (status == CM_OK) cursor->next_param = &(*cursor->next_param)->next;
+    return status;
+  }
+  std::size_t path_length = cursor->path_length;
+  const Status status = begin_object(cursor->node, item, &path_length, cursor->next_child);
+  if (status == CM_OK) *cursor = Cursor{*cursor->next_child, item, path_length};
+  return status;
+}
+
+Status load_children(Node* node, IXML_Node* element) {
+  drop_row_index(node);
+  Cursor cursor{node, element, path_length_of(node)};
+  IXML_Node* item = ixmlNode_getFirstChild(element);
+  for (;;) {
+    while (!item) {
+      if (cursor.element == element) return CM_OK;
+      item = ixmlNode_getNextSibling(cursor.element);
+      cursor = cursor.around();
+    }
+    if (const Status status = load_item(&cursor, item)) return status;
+    item = cursor.element == item ? ixmlNode_getFirstChild(item) : ixmlNode_getNextSibling(item);
+  }
 }
 
 }  // namespace
@@ -132,7 +168,7 @@ Status CM_XML2RAM_SetPara(Parameter* param, IXML_Node* element) {
 
 Status CM_XML2RAM_Default(Node* node, IXML_Node* element) {
   if (!node || !element) return CM_UNUSABLE;
-  return load_children(node, element, path_length_of(node));
+  return load_children(node, element);
 }
 
 }  // namespace gwconf

@@ -2,6 +2,7 @@
 
 #include <string_view>
 
+#include "core/walk.h"
 #include "platform/getters.h"
 #include "xml/attribute_word.h"
 #include "xml/dom.h"
@@ -99,15 +100,23 @@ std::int32_t begin_object(const Node& node, IXML_Element* parent, IXML_Document*
 
 std::int32_t CM_RAM2XML_Do(const Node* node, IXML_Element* element, IXML_Document* document) {
   if (!node || !element) return CM_UNUSABLE;
-  for (const Parameter* param = node->params; param; param = param->next)
-    if (const std::int32_t error = write_parameter(*param, element, document)) return error;
-  for (const Node* child = node->children; child; child = child->next) {
-    IXML_Element* child_element = nullptr;
-    if (const std::int32_t error = begin_object(*child, element, document, &child_element))
-      return error;
-    if (const std::int32_t error = CM_RAM2XML_Do(child, child_element, document)) return error;
-  }
-  return IXML_SUCCESS;
+  std::int32_t error = IXML_SUCCESS;
+  const auto enter = [&](const Node& object) {
+    if (&object != node) {
+      IXML_Element* own = nullptr;
+      error = begin_object(object, element, document, &own);
+      element = own;
+    }
+    for (const Parameter* param = object.params; param && error == IXML_SUCCESS;
+         param = param->next)
+      error = write_parameter(*param, element, document);
+    return error == IXML_SUCCESS ? Visit::kEnter : Visit::kStop;
+  };
+  const auto leave = [&](const Node& object) {
+    if (&object != node) element = reinterpret_cast<IXML_Element*>(element->n.parentNode);
+    return true;
+  };
+  return walk_subtree(node, enter, leave) ? IXML_SUCCESS : error;
 }
 
 }  // namespace gwconf

@@ -3,10 +3,11 @@
 #include <cstring>
 #include <fcntl.h>
 
-#include "core/instance.h"
+#include "core/counter.h"
 #include "core/number.h"
 #include "core/path.h"
 #include "core/paths.h"
+#include "core/walk.h"
 #include "platform/getters.h"
 #include "platform/services.h"
 #include "storage/file.h"
@@ -72,6 +73,22 @@ std::int32_t write_parameter(const Parameter& param, std::FILE* file) {
   return list.write(file);
 }
 
+/// The opening line of an object, and its parameters.
+std::int32_t begin_object(const Node& node, std::FILE* file, const Dialect& dialect) {
+  if (VT_CM_RAM2XML_Write(dialect.object_start, file) != 0 ||
+      VT_CM_RAM2XML_Element(ElementKind::kObject, &node, file) != 0 ||
+      VT_CM_RAM2XML_Write(dialect.object_start_close, file) != 0)
+    return -1;
+  for (const Parameter* param = node.params; param; param = param->next) {
+    if (filter_parameter(param)) continue;
+    if (VT_CM_RAM2XML_Write(dialect.parameter_start, file) != 0 ||
+        VT_CM_RAM2XML_Element(ElementKind::kParameter, param, file) != 0 ||
+        VT_CM_RAM2XML_Write(dialect.parameter_close, file) != 0)
+      return -1;
+  }
+  return 0;
+}
+
 [[nodiscard]] bool is_virtual_instance(const Node& node) {
   return CM_CORE_CheckIfInstance(node.name.view()) == CM_OK && !has(node, kWritable);
 }
@@ -121,23 +138,15 @@ std::int32_t VT_CM_RAM2XML_Element(ElementKind kind, const void* record, std::FI
 }
 
 std::int32_t VT_CM_RAM2XML_Node(const Node* node, std::FILE* file, const Dialect& dialect) {
-  for (; node; node = node->next) {
-    if (is_virtual_instance(*node) || filter_node(node)) continue;
-    if (VT_CM_RAM2XML_Write(dialect.object_start, file) != 0 ||
-        VT_CM_RAM2XML_Element(ElementKind::kObject, node, file) != 0 ||
-        VT_CM_RAM2XML_Write(dialect.object_start_close, file) != 0)
-      return -1;
-    for (const Parameter* param = node->params; param; param = param->next) {
-      if (filter_parameter(param)) continue;
-      if (VT_CM_RAM2XML_Write(dialect.parameter_start, file) != 0 ||
-          VT_CM_RAM2XML_Element(ElementKind::kParameter, param, file) != 0 ||
-          VT_CM_RAM2XML_Write(dialect.parameter_close, file) != 0)
-        return -1;
-    }
-    if (VT_CM_RAM2XML_Node(node->children, file, dialect) != 0 ||
-        VT_CM_RAM2XML_Write(dialect.object_end, file) != 0)
-      return -1;
-  }
+  const auto enter = [file, &dialect](const Node& object) {
+    if (is_virtual_instance(object) || filter_node(&object)) return Visit::kSkip;
+    return begin_object(object, file, dialect) == 0 ? Visit::kEnter : Visit::kStop;
+  };
+  const auto leave = [file, &dialect](const Node&) {
+    return VT_CM_RAM2XML_Write(dialect.object_end, file) == 0;
+  };
+  for (; node; node = node->next)
+    if (!walk_subtree(node, enter, leave)) return -1;
   return 0;
 }
 

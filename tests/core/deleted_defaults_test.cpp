@@ -288,7 +288,7 @@ TEST(Recording, WithoutMemoryDeletesAllTheSame) {
   };
   EXPECT_EQ(sweep_operation(
                 kDefaults, [] { return CM_CORE_DelInstance(kLan, 2); }, check),
-            2U * 12);
+            2U * 14);
   // A record is made all the same where a counter alone fails: its own table's, or that of the
   // deleted instance's.
   EXPECT_EQ(recorded, 2U);
@@ -371,9 +371,10 @@ TEST(Forgetting, WithoutMemoryKeepsTheRecordUntilTheInstanceIsThere) {
   };
   EXPECT_EQ(sweep_operation(
                 kDeleted, [] { return CM_CORE_AddInstance(kLan, 1); }, check),
-            8U);
-  // The record, the template's name, the name, the record table's counter; once, then for good.
-  EXPECT_EQ(results, "4 4 -100 0 4 4 -100 0 ");
+            10U);
+  // The record, the template's name, the name, the path, the record table's counter; once, then
+  // for good.
+  EXPECT_EQ(results, "4 4 -100 4 0 4 4 -100 4 0 ");
 }
 
 // --- Records that name records

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "core/instance.h"
+#include "core/move.h"
 #include "core/path.h"
 #include "tests/support/tree_builder.h"
 

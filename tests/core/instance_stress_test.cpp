@@ -12,6 +12,7 @@
 
 #include "core/deleted_defaults.h"
 #include "core/instance.h"
+#include "core/move.h"
 #include "core/path.h"
 #include "tests/support/failing_heap.h"
 #include "tests/support/tree_builder.h"

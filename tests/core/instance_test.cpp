@@ -16,7 +16,6 @@ namespace {
 
 using test::build_tree;
 using test::children_of;
-using test::live_blocks;
 using test::live_outline;
 using test::LiveTree;
 using test::object_at;
@@ -273,6 +272,55 @@ TEST(AddInstance, RefusesAnInstanceWhosePathWouldPassItsBound) {
   ignore(CM_UTL_FreeNode(std::exchange(cml_root, nullptr)));
 }
 
+TEST(AddInstance, RefusesAnInstanceInsideWhichAPathWouldPassItsBound) {
+  Node* last = nullptr;
+  cml_root = test::build_chain(kPathBufferSize - 1 - 4, &last).release();  // "0." and "PQ" just fit
+  NodePtr table = build_tree("0.\n  PQ\n");
+  table->parent = last;
+  last->children = table.release();
+  OwnedText path;
+  ASSERT_EQ(CM_UTL_Node2URI(last, &path), CM_OK);
+  EXPECT_EQ(CM_CORE_AddInstance(path.view(), 9), CM_OK);
+  EXPECT_EQ(CM_CORE_AddInstance(path.view(), 10), CM_INVALID);
+  // Nor does a row get there by renumbering.
+  EXPECT_EQ(CM_CORE_InsertInstance(path.view(), 9), CM_INVALID);
+  EXPECT_EQ(children_of(last), "0. 9.");
+  ignore(CM_UTL_FreeNode(std::exchange(cml_root, nullptr)));
+}
+
+TEST(AddInstance, EndsWhereTheTreeIsFull) {
+  std::string outline = "R.\n  T.\n    0.\n";
+  constexpr std::size_t kParameters = 2000;
+  for (std::size_t i = 0; i < kParameters; ++i)
+    outline += "      P\n";
+  const LiveTree tree{outline};
+  int rows = 0;
+  Status status = CM_OK;
+  while ((status = CM_CORE_AddInstance("R.T.", rows + 1)) == CM_OK)
+    ++rows;
+  EXPECT_EQ(status, CM_NO_MEMORY);
+  EXPECT_EQ(rows, static_cast<int>((kRecordsMax - 2) / (kParameters + 1)) - 1);
+  EXPECT_EQ(object_at("R.T." + std::to_string(rows) + ".")->next, nullptr);
+  EXPECT_EQ(CM_CORE_DelInstance("R.T.", 1), CM_OK);
+  EXPECT_EQ(CM_CORE_AddInstance("R.T.", 1), CM_OK);
+}
+
+TEST(AddInstance, EndsWhereTheTextsAreTooLong) {
+  const LiveTree tree{"R.\n  T.\n    0.\n      P\n"};
+  Parameter* param = parameter_at("R.T.0.P");
+  ASSERT_TRUE(param->value.assign(std::string(32000, 'v')));
+  int rows = 0;
+  while (CM_CORE_AddInstance("R.T.", rows + 1) == CM_OK)
+    ++rows;
+  EXPECT_EQ(rows, 524);
+  // A value that is longer has no room either; with a few rows less it has.
+  const std::string longer(32000 + 32000, 'w');
+  EXPECT_EQ(CM_CORE_SetValueByURI("R.T.1.P", longer.c_str()), CM_NO_MEMORY);
+  for (const int row : {2, 3, 4})
+    EXPECT_EQ(CM_CORE_DelInstance("R.T.", row), CM_OK);
+  EXPECT_EQ(CM_CORE_SetValueByURI("R.T.1.P", longer.c_str()), CM_OK);
+}
+
 TEST(AddInstance, WithoutMemoryLeavesTheTable) {
   std::size_t counter_failures = 0;
   const auto check = [&counter_failures](Status status, const std::string& after) {
@@ -286,10 +334,10 @@ TEST(AddInstance, WithoutMemoryLeavesTheTable) {
     EXPECT_TRUE(status == CM_NO_MEMORY || status == CM_INVALID) << status;
     EXPECT_EQ(after, kNested);
   };
-  // 27 texts and records of the copy, its name and the counter.
+  // 27 texts and records of the copy, its name, its path and the counter.
   EXPECT_EQ(sweep_operation(
                 kNested, [] { return CM_CORE_AddInstance(kWan, 2); }, check),
-            2U * 29);
+            2U * 30);
   EXPECT_EQ(counter_failures, 2U);
 }
 
@@ -304,9 +352,10 @@ TEST(AddInstance, WithoutMemoryForTheNameIsInvalid) {
                     EXPECT_EQ(after, kOutline);
                   }
                 }),
-            8U);
-  // The record, the template's name, the instance's own name, the counter; once, then for good.
-  EXPECT_EQ(results, "4 4 -100 0 4 4 -100 0 ");
+            10U);
+  // The record, the template's name, the instance's own name, its path, the counter; once, then
+  // for good.
+  EXPECT_EQ(results, "4 4 -100 4 0 4 4 -100 4 0 ");
 }
 
 // --- Copying
@@ -520,13 +569,14 @@ TEST(InsertInstance, WithoutMemoryLeavesWhatWasRenumbered) {
                   results += std::string{tree->params->value.get()} + ": ";
                   results += children_of(tree->children) + '\n';
                 }),
-            2U * 6);
+            2U * 7);
   constexpr char kEach[] =
       "4: 2: 0. 1. 2.\n"
       "4: 2: 0. 2. 2.\n"
       "4: 2: 0. 2. 3.\n"
       "4: 2: 0. 2. 3.\n"
       "-100: 2: 0. 2. 3.\n"
+      "4: 2: 0. 2. 3.\n"
       "0: 2: 0. 1. 2. 3.\n";
   EXPECT_EQ(results, std::string{kEach} + kEach);
 }
@@ -734,207 +784,6 @@ TEST(ReArrange, WithoutMemoryLeavesWhatWasRenumbered) {
   EXPECT_EQ(results, "4: 1. 3. 5.\n4: 1. 2. 5.\n4: 1. 3. 5.\n4: 1. 2. 5.\n");
 }
 
-// --- Moving
-
-constexpr char kTwoTables[] = R"(R.
-  ANumberOfEntries = 3
-  BNumberOfEntries = 2
-  A.
-    0.
-    3. [1]
-      P = a3
-    5. [1]
-    8. [1]
-  B.
-    0.
-    2. [1]
-    4. [1]
-)";
-
-TEST(NodeMove, PutsAnInstanceBehindTheNearestNumberBelowItsOwn) {
-  const LiveTree tree{kTwoTables};
-  EXPECT_EQ(CM_CORE_NodeMove(object_at("R.B."), object_at("R.A.3.")), CM_OK);
-  EXPECT_EQ(CM_CORE_NodeMove(object_at("R.B."), object_at("R.A.8.")), CM_OK);
-  EXPECT_EQ(live_outline(), R"(R.
-  ANumberOfEntries = 1
-  BNumberOfEntries = 4
-  A.
-    0.
-    5. [1]
-  B.
-    0.
-    2. [1]
-    3. [1]
-      P = a3
-    4. [1]
-    8. [1]
-)");
-}
-
-TEST(NodeMove, PutsAnInstanceOfTheSameNumberBehindIt) {
-  const LiveTree tree{"R.\n  A.\n    4. [1]\n  B.\n    4.\n    4. [2]\n    5.\n"};
-  EXPECT_EQ(CM_CORE_NodeMove(object_at("R.B."), object_at("R.A.4.")), CM_OK);
-  EXPECT_EQ(live_outline(), "R.\n  A.\n  B.\n    4.\n    4. [1]\n    4. [2]\n    5.\n");
-}
-
-TEST(NodeMove, PutsAnInstanceFirstWhenNoneIsBelowIt) {
-  const LiveTree tree{kTwoTables};
-  EXPECT_EQ(CM_CORE_NodeMove(object_at("R.A."), object_at("R.B.2.")), CM_OK);
-  EXPECT_EQ(children_of("R.A."), "2. 0. 3. 5. 8.");
-  EXPECT_EQ(children_of("R.B."), "0. 4.");
-}
-
-TEST(NodeMove, MovesIntoAnEmptyTable) {
-  const LiveTree tree{"R.\n  A.\n    4.\n      P = x\n  B.\n"};
-  EXPECT_EQ(CM_CORE_NodeMove(object_at("R.B."), object_at("R.A.4.")), CM_OK);
-  EXPECT_EQ(live_outline(), "R.\n  A.\n  B.\n    4.\n      P = x\n");
-}
-
-TEST(NodeMove, ToItsOwnParentChangesNothing) {
-  const LiveTree tree{kTwoTables};
-  EXPECT_EQ(CM_CORE_NodeMove(object_at("R.A."), object_at("R.A.5.")), CM_OK);
-  EXPECT_EQ(live_outline(), kTwoTables);
-}
-
-TEST(NodeMove, RefusesTheRootAndANodeBelowItself) {
-  const LiveTree tree{kTwoTables};
-  EXPECT_EQ(CM_CORE_NodeMove(object_at("R.A."), cml_root), CM_INVALID);
-  EXPECT_EQ(CM_CORE_NodeMove(object_at("R.A."), object_at("R.A.")), CM_INVALID);
-  EXPECT_EQ(CM_CORE_NodeMove(object_at("R.A.3."), object_at("R.A.")), CM_INVALID);
-  EXPECT_EQ(CM_CORE_NodeMove(cml_root, cml_root), CM_INVALID);
-  EXPECT_EQ(live_outline(), kTwoTables);
-}
-
-TEST(NodeMove, OfAFirstChildThatIsNoInstancePutsItFirst) {
-  const LiveTree tree{R"(R.
-  A.
-    X.
-      P = x
-    Y.
-  B.
-    0.
-    1.
-)"};
-  EXPECT_EQ(CM_CORE_NodeMove(object_at("R.B."), object_at("R.A.X.")), CM_OK);
-  EXPECT_EQ(live_outline(), R"(R.
-  A.
-    Y.
-  B.
-    X.
-      P = x
-    0.
-    1.
-)");
-}
-
-TEST(NodeMove, OfALaterChildThatIsNoInstanceLeavesItInTheOldList) {
-  const LiveTree tree{R"(R.
-  A.
-    X.
-    Y.
-      P = y
-    Z.
-  B.
-)"};
-  Node* moved = object_at("R.A.Y.");
-  EXPECT_EQ(CM_CORE_NodeMove(object_at("R.B."), moved), CM_OK);
-  EXPECT_EQ(children_of("R.A."), "X. Y. Z.");
-  EXPECT_EQ(children_of("R.B."), "");
-  EXPECT_EQ(moved->parent, object_at("R.B."));
-  std::array<char, 16> path;
-  EXPECT_EQ(CM_CORE_GetURIByParaNode(moved->params, path), CM_OK);
-  EXPECT_STREQ(path.data(), "R.B.Y.P");
-}
-
-TEST(NodeMove, CountsWhatIsNoInstanceToo) {
-  const LiveTree tree{R"(R.
-  ANumberOfEntries = 4
-  BNumberOfEntries
-  A.
-    0.
-  B.
-)"};
-  EXPECT_EQ(CM_CORE_NodeMove(object_at("R.B."), object_at("R.A.0.")), CM_OK);
-  EXPECT_EQ(live_outline(), R"(R.
-  ANumberOfEntries = 3
-  BNumberOfEntries = 1
-  A.
-  B.
-    0.
-)");
-}
-
-TEST(NodeMove, LeavesTheTreeUsableForAnObjectInTheOldList) {
-  const LiveTree tree{R"(R.
-  A.
-    X.
-    Y.
-      P = y
-      Q.
-  B.
-    1.
-      C.
-)"};
-  Node* moved = object_at("R.A.Y.");
-  ASSERT_EQ(CM_CORE_NodeMove(object_at("R.B.1.C."), moved), CM_OK);
-  // Its parent does not list it, so that it can neither be moved again nor be deleted by itself.
-  EXPECT_EQ(CM_CORE_NodeMove(object_at("R.A.X."), moved), CM_INVALID);
-  EXPECT_EQ(CM_CORE_DelNode("R.A.Y."), CM_INVALID);
-  // When its parent goes, it falls back to the object that lists it.
-  EXPECT_EQ(CM_CORE_DelInstance("R.B.", 1), CM_OK);
-  EXPECT_EQ(live_outline(), "R.\n  A.\n    X.\n    Y.\n      P = y\n      Q.\n  B.\n");
-  EXPECT_EQ(CM_CORE_DelNode("R.A.Y.Q."), CM_OK);
-  EXPECT_EQ(CM_CORE_DelNode("R.A.Y."), CM_OK);
-  EXPECT_EQ(live_outline(), "R.\n  A.\n    X.\n  B.\n");
-}
-
-TEST(NodeMove, ObjectsInOldListsOutliveAParentThatIsFreedWithItsLister) {
-  const LiveTree tree{R"(R.
-  A.
-    X.
-    Y.
-      Z.
-  B.
-    M.
-    N.
-  C.
-)"};
-  // Y stays listed below A and hangs below C; N stays listed below B and hangs below Y.
-  ASSERT_EQ(CM_CORE_NodeMove(object_at("R.C."), object_at("R.A.Y.")), CM_OK);
-  ASSERT_EQ(CM_CORE_NodeMove(object_at("R.A.Y.Z."), object_at("R.B.N.")), CM_OK);
-  EXPECT_EQ(CM_CORE_DelNode("R.A."), CM_OK);
-  EXPECT_EQ(live_outline(), "R.\n  B.\n    M.\n    N.\n  C.\n");
-}
-
-TEST(NodeMove, RefusesANodeBelowWhatItLists) {
-  const LiveTree tree{"R.\n  A.\n    X.\n    Y.\n      Z.\n  B.\n"};
-  ASSERT_EQ(CM_CORE_NodeMove(object_at("R.B."), object_at("R.A.Y.")), CM_OK);
-  // Y hangs below B, but A still lists it: A cannot go below Y.
-  EXPECT_EQ(CM_CORE_NodeMove(object_at("R.A.Y."), object_at("R.A.")), CM_INVALID);
-  EXPECT_EQ(CM_CORE_NodeMove(object_at("R.A.Y.Z."), object_at("R.A.")), CM_INVALID);
-  EXPECT_EQ(CM_CORE_DelNode("R.B."), CM_OK);
-  EXPECT_EQ(live_outline(), "R.\n  A.\n    X.\n    Y.\n      Z.\n");
-}
-
-TEST(NodeMove, WithoutMemoryForTheCountersMovesAllTheSame) {
-  std::size_t runs = 0;
-  const auto check = [&runs](Status status, const std::string& after) {
-    ++runs;
-    EXPECT_EQ(status, CM_OK);
-    const NodePtr tree = build_tree(after);
-    EXPECT_EQ(children_of(tree->children), "0. 3. 8.");
-    EXPECT_EQ(children_of(tree->children->next), "0. 2. 4. 5.");
-    const std::string counters =
-        std::string{tree->params->value.get()} + ' ' + tree->params->next->value.get();
-    constexpr const char* kCounters[] = {"3 3", "2 2", "3 2", "2 2"};
-    EXPECT_EQ(counters, kCounters[runs - 1]);
-  };
-  EXPECT_EQ(sweep_operation(
-                kTwoTables, [] { return CM_CORE_NodeMove(object_at("R.B."), object_at("R.A.5.")); },
-                check),
-            4U);
-}
-
 // --- Adding with the enclosing instances
 
 constexpr char kChain[] = R"(R.
@@ -1118,194 +967,6 @@ TEST(GetInstanceList, RefusesAListPastItsBuffer) {
   EXPECT_EQ(instance_list("R.T.").size(), 32768U);
   ASSERT_TRUE(table->children->next->name.assign("1234."));
   EXPECT_EQ(instance_list("R.T."), "-100 R.T.");
-}
-
-// --- Counters
-
-std::string counter_of(std::string_view outline) {
-  const NodePtr tree = build_tree(outline);
-  const Parameter* counter = CM_CORE_GetObjOfNumberOfEntries(tree->children);
-  return counter ? counter->name.get() : "none";
-}
-
-TEST(Counter, IsNamedAfterTheTable) {
-  EXPECT_EQ(counter_of("R.\n  WANDeviceNumberOfEntries\n  WANDevice.\n"),
-            "WANDeviceNumberOfEntries");
-}
-
-TEST(Counter, IsNamedAfterTheTableLessSixCharacters) {
-  EXPECT_EQ(counter_of("R.\n  WANConnectionNumberOfEntries\n  WANConnectionDevice.\n"),
-            "WANConnectionNumberOfEntries");
-  EXPECT_EQ(
-      counter_of("R.\n  LANEthernetInterfaceNumberOfEntries\n  LANEthernetInterfaceConfig.\n"),
-      "LANEthernetInterfaceNumberOfEntries");
-  EXPECT_EQ(counter_of("R.\n  ANumberOfEntries\n  ABCDEFG.\n"), "ANumberOfEntries");
-  EXPECT_EQ(counter_of("R.\n  NumberOfEntries\n  ABCDEF.\n"), "none");
-}
-
-TEST(Counter, IsNamedAfterTheTableLessThreeCharacters) {
-  EXPECT_EQ(counter_of("R.\n  WANDevNumberOfEntries\n  WANDevice.\n"), "WANDevNumberOfEntries");
-  EXPECT_EQ(counter_of("R.\n  ANumberOfEntries\n  ABCD.\n"), "ANumberOfEntries");
-  EXPECT_EQ(counter_of("R.\n  NumberOfEntries\n  ABC.\n"), "none");
-}
-
-TEST(Counter, IsNamedAfterTheTableBehindLan) {
-  EXPECT_EQ(counter_of("R.\n  LANWLANConfigurationNumberOfEntries\n  WLANConfiguration.\n"),
-            "LANWLANConfigurationNumberOfEntries");
-  EXPECT_EQ(counter_of("R.\n  LANWLANConfigNumberOfEntries\n  WLANConfiguration.\n"), "none");
-}
-
-TEST(Counter, IsTheFirstParameterThatMatchesAnyName) {
-  EXPECT_EQ(counter_of(R"(R.
-  Other
-  LANABCDEFGNumberOfEntries
-  ABCDNumberOfEntries
-  ANumberOfEntries
-  ABCDEFGNumberOfEntries
-  ABCDEFG.
-)"),
-            "LANABCDEFGNumberOfEntries");
-  EXPECT_EQ(counter_of("R.\n  abcNumberOfEntries\n  ABCNumberOfEntry\n  ABC.\n"), "none");
-  EXPECT_EQ(counter_of("R.\n  XABCNumberOfEntries\n  ABCNumberOfEntriesX\n  ABC.\n"), "none");
-}
-
-TEST(Counter, NeedsAParentAndADot) {
-  const NodePtr tree = build_tree("WAN.\n  WANNumberOfEntries\n  WAN.\n  Other.\n    WAN.\n");
-  EXPECT_EQ(CM_CORE_GetObjOfNumberOfEntries(tree.get()), nullptr);
-  EXPECT_EQ(CM_CORE_GetObjOfNumberOfEntries(tree->children->next->children), nullptr);
-  ASSERT_TRUE(tree->children->name.assign("WAN"));
-  EXPECT_EQ(CM_CORE_GetObjOfNumberOfEntries(tree->children), nullptr);
-}
-
-/// The counter's value after one change, from the value given; "-" stands for none.
-std::string counted(const char* value, unsigned decrement, Status expected = CM_OK) {
-  const NodePtr tree = build_tree("R.\n  TNumberOfEntries [5]\n  T.\n    1.\n");
-  Parameter* counter = tree->params;
-  if (value) {
-    EXPECT_TRUE(counter->value.assign(std::string_view{value}));
-  }
-  EXPECT_EQ(CM_CORE_NumberOfEntriesModify(tree->children->children, decrement), expected);
-  EXPECT_EQ(counter->attributes, 5);
-  return counter->value ? counter->value.get() : "-";
-}
-
-TEST(CounterModify, CountsUpAndDown) {
-  EXPECT_EQ(counted("0", 0), "1");
-  EXPECT_EQ(counted("9", 0), "10");
-  EXPECT_EQ(counted("10", 1), "9");
-  EXPECT_EQ(counted("1", 1), "0");
-  EXPECT_EQ(counted(" +7 rows", 0), "8");
-  EXPECT_EQ(counted("007", 1), "6");
-}
-
-TEST(CounterModify, NeverCountsBelowZero) {
-  EXPECT_EQ(counted("0", 1), "0");
-  EXPECT_EQ(counted("-3", 1), "-3");
-  EXPECT_EQ(counted("-3", 0), "-2");
-}
-
-TEST(CounterModify, TakesNoValueForZero) {
-  EXPECT_EQ(counted(nullptr, 0), "1");
-  EXPECT_EQ(counted(nullptr, 1), "0");
-  EXPECT_EQ(counted("", 0), "1");
-  EXPECT_EQ(counted("many", 0), "1");
-}
-
-TEST(CounterModify, SaturatesWhatThirtyTwoBitsDoNotHold) {
-  EXPECT_EQ(counted("2147483646", 0), "2147483647");
-  EXPECT_EQ(counted("2147483647", 0), "2147483647");
-  EXPECT_EQ(counted("99999999999", 0), "2147483647");
-  EXPECT_EQ(counted("99999999999", 1), "2147483646");
-  EXPECT_EQ(counted("-99999999999", 1), "-2147483648");
-}
-
-TEST(CounterModify, RefusesBadArguments) {
-  EXPECT_EQ(counted("5", 2, CM_INVALID), "5");
-  EXPECT_EQ(counted("5", 0xFFFFFFFFU, CM_INVALID), "5");
-  const NodePtr tree = build_tree("R.\n  RNumberOfEntries = 1\n  T.\n    1.\n");
-  EXPECT_EQ(CM_CORE_NumberOfEntriesModify(tree.get(), 0), CM_INVALID);
-  EXPECT_EQ(CM_CORE_NumberOfEntriesModify(tree->children, 0), CM_NOT_FOUND);
-  EXPECT_EQ(CM_CORE_NumberOfEntriesModify(tree->children->children, 1), CM_NOT_FOUND);
-}
-
-TEST(CounterModify, WithoutMemoryKeepsTheOldValue) {
-  static constexpr char kOutline[] = "R.\n  TNumberOfEntries = 5\n  T.\n    1.\n";
-  const auto check = [](Status status, const std::string& after) {
-    EXPECT_EQ(status, CM_INVALID);
-    EXPECT_EQ(after, kOutline);
-  };
-  EXPECT_EQ(
-      sweep_operation(
-          kOutline, [] { return CM_CORE_NumberOfEntriesModify(object_at("R.T.1."), 0); }, check),
-      2U);
-}
-
-TEST(CounterModify, WithoutMemoryForAMissingValueIsInvalid) {
-  std::string results;
-  EXPECT_EQ(sweep_operation(
-                "R.\n  TNumberOfEntries\n  T.\n    1.\n",
-                [] { return CM_CORE_NumberOfEntriesModify(object_at("R.T.1."), 0); },
-                [&results](Status status, const std::string& after) {
-                  EXPECT_EQ(status, CM_INVALID);
-                  results += after.substr(5, after.find("\n  T.") - 5) + '|';
-                }),
-            4U);
-  EXPECT_EQ(results, "TNumberOfEntries|TNumberOfEntries =|TNumberOfEntries|TNumberOfEntries =|");
-}
-
-std::string real_instances(const Parameter* counter) {
-  std::int32_t count = 77;
-  const Status status = CM_CORE_GetNonVirtualNumberOfEntries(counter, &count);
-  return status == CM_OK ? std::to_string(count)
-                         : std::to_string(status) + " " + std::to_string(count);
-}
-
-TEST(NonVirtualCount, CountsInstancesWithTheWritableBit) {
-  const NodePtr tree = build_tree(R"(R.
-  WANDeviceNumberOfEntries = 9
-  WANDevice.
-    0. [1]
-    1. [1]
-    2. [8]
-    3. [9]
-    4. [254]
-  LANDeviceNumberOfEntries = 9
-  LANDevice.
-)");
-  EXPECT_EQ(real_instances(tree->params), "2");
-  EXPECT_EQ(real_instances(tree->params->next), "0");
-}
-
-TEST(NonVirtualCount, KnowsOnlyTheFirstOfTheCounterNames) {
-  const NodePtr tree = build_tree(R"(R.
-  WANConnectionNumberOfEntries = 1
-  LANWLANConfigurationNumberOfEntries = 1
-  WANConnectionDevice.
-    1. [1]
-  WLANConfiguration.
-    1. [1]
-)");
-  EXPECT_EQ(real_instances(tree->params), "2 0");
-  EXPECT_EQ(real_instances(tree->params->next), "2 0");
-}
-
-TEST(NonVirtualCount, NeedsACounterAndItsTableBesideIt) {
-  const NodePtr tree = build_tree(R"(R.
-  Enable = 1
-  RNumberOfEntries = 1
-  TNumberOfEntriesX = 1
-  TNumberOfEntries = 1
-  NumberOfEntries = 1
-  Sub.
-    T.
-      1. [1]
-  Tx.
-    1. [1]
-)");
-  for (const Parameter* param = tree->params; param; param = param->next)
-    EXPECT_EQ(real_instances(param), "2 0") << param->name.get();
-  ASSERT_TRUE(tree->children->next->name.assign("Tx"));
-  EXPECT_EQ(real_instances(tree->params->next->next->next), "2 0");
 }
 
 }  // namespace

@@ -57,5 +57,25 @@ TEST(OwnedText, CopiesNone) {
   EXPECT_FALSE(text);
 }
 
+TEST(OwnedText, CountsTheBytesOfAllThatHaveAnOwner) {
+  const std::size_t before = OwnedText::bytes_in_use();
+  {
+    OwnedText text;
+    ASSERT_TRUE(text.assign("four"));
+    EXPECT_EQ(OwnedText::bytes_in_use(), before + 5);
+    ASSERT_TRUE(text.assign("sixsix"));
+    OwnedText taken = std::move(text);
+    EXPECT_EQ(OwnedText::bytes_in_use(), before + 7);
+    char* loose = taken.release();
+    EXPECT_EQ(OwnedText::bytes_in_use(), before);
+    taken = OwnedText::adopt(loose);
+    EXPECT_EQ(OwnedText::bytes_in_use(), before + 7);
+    taken = OwnedText::adopt(nullptr);
+    EXPECT_EQ(OwnedText::bytes_in_use(), before);
+    ASSERT_TRUE(taken.assign("x"));
+  }
+  EXPECT_EQ(OwnedText::bytes_in_use(), before);
+}
+
 }  // namespace
 }  // namespace gwconf

@@ -45,17 +45,18 @@ class Client:
         return link
 
     def _messages(self, link):
-        answer = b""
+        answer = bytearray()
         try:
             while piece := link.recv(65536):
                 answer += piece
         except (BlockingIOError, ConnectionResetError):
             pass
         found = []
-        while answer:
-            (length,) = struct.unpack_from(self.order + "i", answer)
-            found.append(answer[4 : 4 + length])
-            answer = answer[4 + length :]
+        at = 0
+        while at < len(answer):
+            (length,) = struct.unpack_from(self.order + "i", answer, at)
+            found.append(bytes(answer[at + 4 : at + 4 + length]))
+            at += 4 + length
         return found
 
 

@@ -7,6 +7,7 @@
 
 #include "core/instance.h"
 #include "core/path.h"
+#include "core/row_index.h"
 #include "tests/support/failing_heap.h"
 #include "tests/support/tree_builder.h"
 #include "tests/xml/full_outline.h"
@@ -54,6 +55,39 @@ constexpr std::string_view kTable =
     "      Port [1] = 80\n"
     "  Time.\n"
     "    Zone = UTC\n";
+
+TEST_F(Merge, OfManyRowsSearchesThemByNumber) {
+  std::string saved = "A.\n  Host.\n";
+  for (int row = 1; row <= 500; ++row)
+    saved += "    " + std::to_string(row) + ". [1]\n      Name = saved\n";
+  const LiveTree live{kTable};
+  const NodePtr tree = build_tree(saved);
+  EXPECT_EQ(CM_Node_Merge2Root(tree.get()), CM_OK);
+  EXPECT_TRUE(has_row_index(object_at("A.Host.")));
+  EXPECT_EQ(test::value_at("A.HostNumberOfEntries"), "500");
+  EXPECT_EQ(test::value_at("A.Host.500.Name"), "saved");
+}
+
+TEST_F(Merge, TakesTheFirstOfManyParametersOfAName) {
+  std::string defaults = "A.\n";
+  for (int i = 0; i < 200; ++i)
+    defaults += "  P" + std::to_string(i % 150) + " = " + std::to_string(i) + '\n';
+  const NodePtr tree = build_tree("A.\n  P7 = seven\n  P149 = last\n  Missing = x\n");
+  for (const bool with_memory : {true, false}) {
+    const LiveTree live{defaults};
+    // The second allocation is the hash table: without it every search walks the list.
+    const test::FailingHeap heap{with_memory ? 1000U : 2U, test::FailingHeap::Kind::kOnce};
+    EXPECT_EQ(CM_Node_Merge2Root(tree.get()), CM_OK);
+    EXPECT_EQ(heap.fired(), !with_memory);
+    const Parameter* param = parameter_at("A.P7");
+    EXPECT_STREQ(param->value.get(), "seven");
+    EXPECT_STREQ(parameter_at("A.P149")->value.get(), "last");
+    for (int i = 0; i < 150; ++i)
+      param = param->next;
+    EXPECT_STREQ(param->name.get(), "P7");
+    EXPECT_STREQ(param->value.get(), "157");
+  }
+}
 
 // ------------------------------------------------------------------------------------ values
 

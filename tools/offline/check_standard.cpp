@@ -5,7 +5,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "core/instance.h"
+#include "core/counter.h"
 #include "core/path.h"
 #include "tools/offline/text.h"
 #include "xml/value_type.h"

@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
+#include "core/counter.h"
 #include "core/deleted_defaults.h"
-#include "core/instance.h"
 #include "core/number.h"
 #include "core/path.h"
 #include "storage/settings_block.h"
@@ -20,10 +20,6 @@ namespace {
 
 [[nodiscard]] bool is_row(const Node& node) {
   return CM_CORE_CheckIfInstance(node.name.view()) == CM_OK;
-}
-
-[[nodiscard]] std::int32_t number_of(const Node& row) {
-  return CM_UTL_GetInstanceNumber(row.name.view());
 }
 
 [[nodiscard]] bool has_rows(const Node& node) {
