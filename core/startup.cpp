@@ -25,6 +25,17 @@ bool merge_saved_settings() {
   return true;
 }
 
+/// The smallest stack that a device gives. Arguments and environment take up to a quarter of it.
+constexpr std::size_t kStackOfDevice = 256 * 1024;
+
+/// A function of its own: its frame is all the room, and may be entered only where there is as
+/// much.
+[[gnu::noinline]] void touch_stack() {
+  // One touch at the far end takes the room for all in between, but no memory for it.
+  [[maybe_unused]] volatile char room[kStackOfDevice * 5 / 8];
+  room[0] = 0;
+}
+
 }  // namespace
 
 int start_up(const char* argument) {
@@ -62,13 +73,9 @@ void install_termination_handler() {
     sigaction(signal, &action, nullptr);
 }
 
-[[gnu::noinline]] void reserve_stack() {
-  constexpr std::size_t kDeepest = 512 * 1024;
+void reserve_stack() {
   rlimit limit;
-  if (getrlimit(RLIMIT_STACK, &limit) != 0 || limit.rlim_cur < 2 * kDeepest) return;
-  // One touch at the far end takes the room for all in between, but no memory for it.
-  [[maybe_unused]] volatile char room[kDeepest];
-  room[0] = 0;
+  if (getrlimit(RLIMIT_STACK, &limit) == 0 && limit.rlim_cur >= kStackOfDevice) touch_stack();
 }
 
 void occupy_standard_descriptors() {

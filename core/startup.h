@@ -19,7 +19,7 @@ void install_termination_handler();
 
 /// Takes the address room that requests need on the stack while it can be had. The stack grows by
 /// itself otherwise, and where there is no room left that ends the process, with no result that
-/// could be checked. Where the stack may not become as large anyway nothing happens.
+/// could be checked. Nothing happens where the stack is smaller than a device's 256 KiB.
 void reserve_stack();
 
 /// Opens the null device on whichever of the descriptors 0 to 2 is closed: a connection must not
