@@ -3,7 +3,6 @@
 #include <limits>
 
 #include "core/number.h"
-#include "core/path.h"
 #include "core/text_view.h"
 
 namespace gwconf {
@@ -12,7 +11,7 @@ namespace {
 /// True when `name` is `stem` with the counter suffix.
 bool counts(std::string_view name, std::string_view stem) {
   return name.size() == stem.size() + kNumberOfEntries.size() && begins_with(name, stem) &&
-         ends_in(name, kNumberOfEntries);
+         is_counter_name(name);
 }
 
 /// Which counter names belong to which table names: the whole name, the name less "Device" or
@@ -29,6 +28,10 @@ bool is_counter_of(std::string_view name, std::string_view table) {
 }
 
 }  // namespace
+
+bool is_counter_name(std::string_view name) {
+  return ends_in(name, kNumberOfEntries);
+}
 
 Parameter* CM_CORE_GetObjOfNumberOfEntries(const Node* tableNode) {
   if (!tableNode->parent) return nullptr;
@@ -58,7 +61,7 @@ Status CM_CORE_NumberOfEntriesModify(const Node* node, unsigned decrement) {
 Status CM_CORE_GetNonVirtualNumberOfEntries(const Parameter* counter, std::int32_t* out) {
   *out = 0;
   std::string_view table_name = counter->name.view();
-  if (!ends_in(table_name, kNumberOfEntries) || !counter->parent) return CM_NOT_FOUND;
+  if (!is_counter_name(table_name) || !counter->parent) return CM_NOT_FOUND;
   table_name.remove_suffix(kNumberOfEntries.size());
   for (const Node* table = counter->parent->children; table; table = table->next) {
     if (!is_segment(table->name.view(), table_name)) continue;

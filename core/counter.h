@@ -3,10 +3,16 @@
 // The counter of a table: a parameter of the object around the table, named after it.
 
 #include <cstdint>
+#include <string_view>
 
 #include "core/tree.h"
 
 namespace gwconf {
+
+inline constexpr std::string_view kNumberOfEntries = "NumberOfEntries";
+
+/// Whether a parameter of that name counts something.
+[[nodiscard]] bool is_counter_name(std::string_view name);
 
 /// The counter of a table, the tree's own, or none.
 [[nodiscard]] Parameter* CM_CORE_GetObjOfNumberOfEntries(const Node* tableNode);

@@ -7,6 +7,8 @@
 #include "core/number.h"
 #include "core/path.h"
 #include "core/text_view.h"
+#include "core/user_set.h"
+#include "core/value.h"
 
 namespace gwconf {
 namespace {

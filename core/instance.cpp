@@ -276,6 +276,16 @@ Status CM_CORE_AddInstance_Force(std::string_view path, std::int32_t n) {
   return CM_OK;
 }
 
+bool is_virtual_instance(const Node& node) {
+  return CM_CORE_CheckIfInstance(node.name.view()) == CM_OK && !has(node, kWritable);
+}
+
+bool lies_in_virtual_instance(const Node* node) {
+  while (node && !is_virtual_instance(*node))
+    node = node->parent;
+  return node != nullptr;
+}
+
 std::string_view listed_number(const Node& row) {
   constexpr std::size_t kEntryMax = 5;
   const std::string_view name = row.name.view();

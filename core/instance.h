@@ -65,6 +65,11 @@ Status CM_CORE_SubTreeCopy_Para(const Parameter* source, Parameter* target);
 /// the last of which becomes the comma.
 [[nodiscard]] std::string_view listed_number(const Node& row);
 
+/// Whether an object is a virtual instance, one whose writable bit is clear; and whether it is one
+/// or lies in one. Null lies in none.
+[[nodiscard]] bool is_virtual_instance(const Node& node);
+[[nodiscard]] bool lies_in_virtual_instance(const Node* node);
+
 /// Replaces the table path in `path`, a buffer of kPathBufferSize, by its instance numbers above 0,
 /// each with a comma; the empty text for an empty or missing table. Numbers of five digits or more
 /// are listed cut to four. CM_INVALID, `path` unchanged: no object around the table, or a list past

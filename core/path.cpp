@@ -59,13 +59,6 @@ Status path_of(std::string_view leaf, const Node* ancestor, std::span<char> out)
   return CM_OK;
 }
 
-bool has_user_set_parameter(const Node& node) {
-  const Parameter* param = node.params;
-  while (param && !has(*param, kUserSet))
-    param = param->next;
-  return param != nullptr;
-}
-
 }  // namespace
 
 bool PathText::append(std::string_view part) {
@@ -80,34 +73,8 @@ bool PathText::append_instance(std::int32_t number) {
   return append(InstanceName{number}.view());
 }
 
-InstanceName::InstanceName(std::int32_t number) {
-  const DecimalText digits{number};
-  length_ = digits.view().size() + 1;
-  std::memcpy(text_, digits.c_str(), length_ - 1);
-  text_[length_ - 1] = '.';
-}
-
-bool is_segment(std::string_view name, std::string_view stem) {
-  return name.size() == stem.size() + 1 && begins_with(name, stem) && name.ends_with('.');
-}
-
 Status CM_UTL_UriIsObjNode(std::string_view path) {
   return path.ends_with('.') ? CM_OK : CM_INVALID;
-}
-
-Status CM_CORE_CheckIfInstance(std::string_view name) {
-  const ScannedNumber number = scan_number(name);
-  if (!number.found || number.value < 0) return CM_INVALID;
-  return number.value > 0 || begins_with(name, "0.") ? CM_OK : CM_INVALID;
-}
-
-Status CM_UTL_IsInstance(std::string_view name) {
-  return CM_CORE_CheckIfInstance(name);
-}
-
-std::int32_t CM_UTL_GetInstanceNumber(std::string_view name) {
-  if (const std::int32_t number = to_number(name)) return number;
-  return name.find("0.") != std::string_view::npos ? 0 : -1;
 }
 
 const char* strstr_last(const char* str, const char* tail) {
@@ -162,40 +129,6 @@ Status CM_CORE_GetParaNodeByUri(std::string_view path, Parameter** out) {
   Node* node = walk(cml_root, path, &leaf);
   if (node) *out = CM_CORE_GetChildParaByName(node, leaf);
   return *out ? CM_OK : CM_NOT_FOUND;
-}
-
-Status CM_CORE_SetValueByURI(std::string_view path, const char* value) {
-  if (!value) return CM_OK;
-  Parameter* param = nullptr;
-  if (const Status status = CM_CORE_GetParaNodeByUri(path, &param)) return status;
-  if (has(*param->parent, kDisabled)) return CM_OK;
-  const std::string_view text{value};
-  if (!tree_has_room(text.size()) || !param->value.assign(text)) return CM_NO_MEMORY;
-  if (!ends_in(param->name.view(), kNumberOfEntries)) set(*param, kUserSet);
-  return CM_OK;
-}
-
-Status CM_CORE_GetValueByURI(std::string_view path, std::span<char> out) {
-  Parameter* param = nullptr;
-  if (const Status status = CM_CORE_GetParaNodeByUri(path, &param)) return status;
-  if (out.empty()) return CM_OK;
-  if (has(*param->parent, kDisabled)) {
-    out.front() = '\0';
-  } else if (param->value) {
-    const std::size_t length = std::min(param->value.view().size(), out.size() - 1);
-    std::memcpy(out.data(), param->value.get(), length);
-    out[length] = '\0';
-  }
-  return CM_OK;
-}
-
-Status CM_CORE_SetInstanceRWByURI(std::string_view path, std::uint32_t writable) {
-  if (writable >= 2) return CM_OK;
-  Node* node = nullptr;
-  if (const Status status = CM_CORE_GetObjNodeByUri(path, &node)) return status;
-  if (CM_CORE_CheckIfInstance(node->name.view()) != CM_OK) return CM_INVALID;
-  if (!has(*node, kDisabled)) set(*node, kWritable, writable == 1);
-  return CM_OK;
 }
 
 Status CM_CORE_GetURIByParaNode(const Parameter* param, std::span<char> out) {
@@ -257,37 +190,6 @@ void CM_CORE_GetModelUri(char* path) {
     }
   }
   *out = '\0';
-}
-
-Status CM_CORE_UpdateUserSetFlag(Node* node, int* out) {
-  const auto enter = [](Node& object) {
-    set(object, kUserSetBelow, false);
-    return Visit::kEnter;
-  };
-  for (; node; node = node->next) {
-    // On the way back the bit holds what the children said.
-    const auto leave = [top = node, out](Node& object) {
-      const bool own = has(object, kUserSet);
-      const bool below = has(object, kUserSetBelow) || has_user_set_parameter(object);
-      set(object, kUserSetBelow, below && !own);
-      if (!own && !below) return true;
-      if (&object == top)
-        *out = 1;
-      else
-        set(*lister_of(object), kUserSetBelow);
-      return true;
-    };
-    static_cast<void>(walk_subtree(node, enter, leave));  // nothing stops it
-  }
-  return CM_OK;
-}
-
-int filter_node(const Node* node) {
-  return has(*node, kUserSet) || has(*node, kUserSetBelow) ? 0 : 1;
-}
-
-int filter_parameter(const Parameter* param) {
-  return has(*param, kUserSet) ? 0 : 1;
 }
 
 }  // namespace gwconf

@@ -11,11 +11,6 @@ namespace gwconf {
 
 /// Room for the longest path and its NUL; the protocol's texts have the same bound.
 inline constexpr std::size_t kPathBufferSize = 32769;
-/// A path segment, its dot included, is at most this long.
-inline constexpr std::size_t kSegmentMax = 255;
-
-inline constexpr std::string_view kNumberOfEntries = "NumberOfEntries";
-
 /// A path that grows in place within its bound. About 32 KiB: for the stack, one a function.
 class PathText {
  public:
@@ -38,38 +33,8 @@ class PathText {
   bool fits_ = true;
 };
 
-/// The segment of an instance: "12." for 12.
-class InstanceName {
- public:
-  explicit InstanceName(std::int32_t number);
-  [[nodiscard]] std::string_view view() const { return {text_, length_}; }
-
- private:
-  char text_[16];
-  std::size_t length_;
-};
-
-/// True when `name` is the segment of an object called `stem`.
-[[nodiscard]] bool is_segment(std::string_view name, std::string_view stem);
-
 /// CM_OK when `path` ends with a dot, else CM_INVALID (the empty path included).
 Status CM_UTL_UriIsObjNode(std::string_view path);
-
-/// CM_OK when `name` starts an instance segment: a positive number, or the template "0."; else
-/// CM_INVALID. Whatever follows the number is not looked at. Blanks and a sign may stand before it.
-Status CM_CORE_CheckIfInstance(std::string_view name);
-/// The same under its second name.
-Status CM_UTL_IsInstance(std::string_view name);
-
-/// The number at the start of `name` when it is not 0; otherwise 0 when "0." stands anywhere in
-/// `name`, else -1. Deliberately unanchored: an object whose name ends in a zero counts as a
-/// template.
-[[nodiscard]] std::int32_t CM_UTL_GetInstanceNumber(std::string_view name);
-
-/// The same for the name of an object.
-[[nodiscard]] inline std::int32_t number_of(const Node& node) {
-  return CM_UTL_GetInstanceNumber(node.name.view());
-}
 
 /// The position of `tail` in `str` when `str` ends with it, else none (for none arguments too).
 [[nodiscard]] const char* strstr_last(const char* str, const char* tail);
@@ -96,22 +61,6 @@ Status CM_CORE_GetParaNodeByUri(std::string_view path, Parameter** out);
 /// CM_INVALID when its path passes the bound. `out` is null then.
 Status find_template(std::string_view table, Node** out);
 
-/// Stores a copy of `value` in the parameter at `path` and marks it user-set, unless it is a
-/// NumberOfEntries counter. No value, or a disabled object: CM_OK, nothing changed. The lookup's
-/// code when there is no such parameter. CM_NO_MEMORY, without room in the tree too: the old value
-/// stays.
-Status CM_CORE_SetValueByURI(std::string_view path, const char* value);
-
-/// Copies the stored value of the parameter at `path` into `out`, cut to its size, NUL included;
-/// the empty text when its object is disabled. `out` is not touched when there is no value. The
-/// lookup's code otherwise.
-Status CM_CORE_GetValueByURI(std::string_view path, std::span<char> out);
-
-/// Makes the instance at `path` real (1) or virtual (0). CM_OK without effect for any other
-/// `writable` and for a disabled instance; the lookup's code; CM_INVALID when the object is no
-/// instance.
-Status CM_CORE_SetInstanceRWByURI(std::string_view path, std::uint32_t writable);
-
 /// Writes the full path of a record into `out`. Ancestors without a name are skipped. CM_INVALID,
 /// and `out` empty, when it does not fit or the bound of a path is passed.
 Status CM_CORE_GetURIByParaNode(const Parameter* param, std::span<char> out);
@@ -129,14 +78,5 @@ Status CM_UTL_Node2URI(const Node* node, OwnedText* buffer);
 /// Rewrites an object path in place into that of its template: every instance segment becomes "0.".
 /// A parameter path stays.
 void CM_CORE_GetModelUri(char* path);
-
-/// Recomputes "user-set below" for `node`, its later siblings and all below them. Sets `*out`,
-/// which the caller cleared, to 1 when one of them is user-set or has user-set content below.
-/// Always CM_OK.
-Status CM_CORE_UpdateUserSetFlag(Node* node, int* out);
-
-/// 1: leave out of the saved settings, 0: keep. An object counts by both user-set bits.
-[[nodiscard]] int filter_node(const Node* node);
-[[nodiscard]] int filter_parameter(const Parameter* param);
 
 }  // namespace gwconf

@@ -2,7 +2,6 @@
 
 #include <new>
 
-#include "core/path.h"
 #include "core/row_index.h"
 #include "core/strays.h"
 

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "core/owned_text.h"
+#include "core/segment.h"
 #include "core/status.h"
 
 namespace gwconf {
@@ -83,6 +84,11 @@ template <typename Record>
 template <typename Record>
 void set(Record& record, AttributeBit bit, bool value = true) {
   record.attributes = CM_UTL_SetAttrBoolean(record.attributes, bit, value ? 1 : 0);
+}
+
+/// The instance number of an object's name.
+[[nodiscard]] inline std::int32_t number_of(const Node& node) {
+  return CM_UTL_GetInstanceNumber(node.name.view());
 }
 
 /// Clears all fields of a record, which may be uninitialised memory: what they held is not freed.

@@ -11,6 +11,7 @@
 #include "core/move.h"
 #include "core/number.h"
 #include "core/path.h"
+#include "core/value.h"
 #include "rpc/request.h"
 
 namespace gwconf {
@@ -115,10 +116,7 @@ Status CM_RPC_RPOCESS_VirtualInstanceCheck(int fd, char* buf) {
   if (!read_argument(fd, buf)) return CM_UNREADABLE;
   Target target;
   ignore(find_target(buf, &target));  // what does not exist lies in no virtual instance
-  const Node* node = target.node;
-  while (node && (CM_CORE_CheckIfInstance(node->name.view()) != CM_OK || has(*node, kWritable)))
-    node = node->parent;
-  answer(fd, node ? "1" : "0");
+  answer(fd, lies_in_virtual_instance(target.node) ? "1" : "0");
   return CM_OK;
 }
 

@@ -4,7 +4,7 @@
 
 #include "core/path.h"
 #include "core/short_name_index.h"
-#include "core/text_view.h"
+#include "core/user_set.h"
 #include "platform/getters.h"
 #include "platform/services.h"
 #include "rpc/notification.h"
@@ -38,7 +38,7 @@ Status CM_RPC_RPOCESS_SetParameterValues(int fd, char* buf) {
   if (param->value && param->value.view() == value) return CM_UNCHANGED;
   if (!tree_has_room(value.size()) || !param->value.assign(value)) return CM_NO_MEMORY;
   ignore(CM_RPC_TR069_Notification_Check(param, buf, kMessageMax));  // mostly nobody listens
-  if (!ends_in(param->name.view(), kNumberOfEntries)) set(*param, kUserSet);
+  mark_user_set(param);
   return CM_OK;
 }
 

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <thread>
 
+#include "core/counter.h"
 #include "core/deleted_defaults.h"
 #include "core/path.h"
 #include "tools/live_tree.h"

@@ -4,9 +4,11 @@
 #include <fcntl.h>
 
 #include "core/counter.h"
+#include "core/instance.h"
 #include "core/number.h"
 #include "core/path.h"
 #include "core/paths.h"
+#include "core/user_set.h"
 #include "core/walk.h"
 #include "platform/getters.h"
 #include "platform/services.h"
@@ -87,10 +89,6 @@ std::int32_t begin_object(const Node& node, std::FILE* file, const Dialect& dial
       return -1;
   }
   return 0;
-}
-
-[[nodiscard]] bool is_virtual_instance(const Node& node) {
-  return CM_CORE_CheckIfInstance(node.name.view()) == CM_OK && !has(node, kWritable);
 }
 
 std::int32_t write_document(Node* root, std::FILE* file, const Dialect& dialect) {

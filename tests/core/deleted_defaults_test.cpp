@@ -7,6 +7,7 @@
 
 #include "core/instance.h"
 #include "core/path.h"
+#include "core/value.h"
 #include "tests/support/tree_builder.h"
 
 namespace gwconf {

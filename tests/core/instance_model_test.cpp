@@ -12,6 +12,7 @@
 #include "core/instance.h"
 #include "core/move.h"
 #include "core/path.h"
+#include "core/value.h"
 #include "tests/support/tree_builder.h"
 
 namespace gwconf {

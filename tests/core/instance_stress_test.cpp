@@ -14,6 +14,8 @@
 #include "core/instance.h"
 #include "core/move.h"
 #include "core/path.h"
+#include "core/user_set.h"
+#include "core/value.h"
 #include "tests/support/failing_heap.h"
 #include "tests/support/tree_builder.h"
 

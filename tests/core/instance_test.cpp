@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "core/path.h"
+#include "core/value.h"
 #include "tests/support/failing_heap.h"
 #include "tests/support/tree_builder.h"
 

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include "core/value.h"
 #include "tests/support/failing_heap.h"
 #include "tests/support/tree_builder.h"
 
@@ -82,62 +83,12 @@ TEST(PathText, TellsWhenItsStartDoesNotFit) {
   EXPECT_EQ(path.view(), "");
 }
 
-TEST(InstanceName, IsTheNumberAndADot) {
-  EXPECT_EQ(InstanceName{1}.view(), "1.");
-  EXPECT_EQ(InstanceName{2147483647}.view(), "2147483647.");
-  EXPECT_EQ(InstanceName{-2147483647 - 1}.view(), "-2147483648.");
-}
-
 TEST(UriIsObjNode, LooksAtTheLastCharacter) {
   EXPECT_EQ(CM_UTL_UriIsObjNode("InternetGatewayDevice."), CM_OK);
   EXPECT_EQ(CM_UTL_UriIsObjNode("."), CM_OK);
   EXPECT_EQ(CM_UTL_UriIsObjNode("InternetGatewayDevice.Summary"), CM_INVALID);
   EXPECT_EQ(CM_UTL_UriIsObjNode("InternetGatewayDevice"), CM_INVALID);
   EXPECT_EQ(CM_UTL_UriIsObjNode(""), CM_INVALID);
-}
-
-TEST(CheckIfInstance, AcceptsPositiveNumbersAndTheTemplate) {
-  for (const char* name : {"3.", "12.Foo.", "0.", "0.Foo", "+5.", " 5.", "\t 5.", "5", "5x.",
-                           "007.", "2147483648.", "99999999999999999999."}) {
-    EXPECT_EQ(CM_CORE_CheckIfInstance(name), CM_OK) << name;
-    EXPECT_EQ(CM_UTL_IsInstance(name), CM_OK) << name;
-  }
-}
-
-TEST(CheckIfInstance, RefusesEverythingElse) {
-  for (const char* name : {"00.", "-1.", "LANDevice.", "", ".", "0", "0x.", "+0.", "-0.", " 0.",
-                           "Foo10.", "- 1.", "-99999999999999999999.", "x5."}) {
-    EXPECT_EQ(CM_CORE_CheckIfInstance(name), CM_INVALID) << name;
-    EXPECT_EQ(CM_UTL_IsInstance(name), CM_INVALID) << name;
-  }
-  EXPECT_EQ(CM_CORE_CheckIfInstance({}), CM_INVALID);
-  EXPECT_EQ(CM_UTL_IsInstance({}), CM_INVALID);
-}
-
-TEST(GetInstanceNumber, ReadsTheNumberAtTheStart) {
-  EXPECT_EQ(CM_UTL_GetInstanceNumber("7."), 7);
-  EXPECT_EQ(CM_UTL_GetInstanceNumber("12.Foo."), 12);
-  EXPECT_EQ(CM_UTL_GetInstanceNumber(" +5."), 5);
-  EXPECT_EQ(CM_UTL_GetInstanceNumber("5"), 5);
-  EXPECT_EQ(CM_UTL_GetInstanceNumber("-3."), -3);
-  EXPECT_EQ(CM_UTL_GetInstanceNumber("-30."), -30);
-  EXPECT_EQ(CM_UTL_GetInstanceNumber("2147483648."), 2147483647);
-}
-
-TEST(GetInstanceNumber, IsZeroWhereverZeroDotStands) {
-  EXPECT_EQ(CM_UTL_GetInstanceNumber("0."), 0);
-  EXPECT_EQ(CM_UTL_GetInstanceNumber("00."), 0);
-  EXPECT_EQ(CM_UTL_GetInstanceNumber("Foo0."), 0);
-  EXPECT_EQ(CM_UTL_GetInstanceNumber("Foo10."), 0);
-  EXPECT_EQ(CM_UTL_GetInstanceNumber("A.0.B."), 0);
-}
-
-TEST(GetInstanceNumber, IsMinusOneForOtherNames) {
-  EXPECT_EQ(CM_UTL_GetInstanceNumber("LANDevice."), -1);
-  EXPECT_EQ(CM_UTL_GetInstanceNumber("Foo1."), -1);
-  EXPECT_EQ(CM_UTL_GetInstanceNumber("0"), -1);
-  EXPECT_EQ(CM_UTL_GetInstanceNumber(""), -1);
-  EXPECT_EQ(CM_UTL_GetInstanceNumber({}), -1);
 }
 
 TEST(StrstrLast, FindsATailOnly) {
@@ -309,138 +260,6 @@ TEST(LongPaths, OfUpTo32768CharactersAreFollowed) {
   }
 }
 
-TEST_F(Path, ValueIsReplacedAndMarkedUserSet) {
-  EXPECT_EQ(CM_CORE_SetValueByURI("InternetGatewayDevice.DeviceInfo.Manufacturer", "Other"), CM_OK);
-  EXPECT_EQ(CM_CORE_SetValueByURI("InternetGatewayDevice.DeviceInfo.SoftwareVersion", ""), CM_OK);
-  EXPECT_EQ(live_outline(), R"(InternetGatewayDevice.
-  DeviceSummary = summary
-  DeviceInfo.
-    Manufacturer [8] = Other
-    SoftwareVersion [8] =
-  LANDevice.
-    0.
-      HostNumberOfEntries = 0
-    1. [1]
-      HostNumberOfEntries = 2
-      LANHostConfigManagement.
-        DHCPServerEnable = 1
-    2. [2]
-      HostNumberOfEntries = 5
-      Enable = 1
-  12Tail.
-    Value = x
-)");
-}
-
-TEST_F(Path, CountersAreSetWithoutTheUserSetBit) {
-  EXPECT_EQ(CM_CORE_SetValueByURI("InternetGatewayDevice.LANDevice.1.HostNumberOfEntries", "9"),
-            CM_OK);
-  EXPECT_EQ(value_at("InternetGatewayDevice.LANDevice.1.HostNumberOfEntries"), "9");
-  EXPECT_EQ(parameter_at("InternetGatewayDevice.LANDevice.1.HostNumberOfEntries")->attributes, 0);
-}
-
-TEST_F(Path, ACounterKeepsAUserSetBitThatItHas) {
-  parameter_at("InternetGatewayDevice.LANDevice.1.HostNumberOfEntries")->attributes = 8;
-  EXPECT_EQ(CM_CORE_SetValueByURI("InternetGatewayDevice.LANDevice.1.HostNumberOfEntries", "9"),
-            CM_OK);
-  EXPECT_EQ(parameter_at("InternetGatewayDevice.LANDevice.1.HostNumberOfEntries")->attributes, 8);
-}
-
-TEST_F(Path, ValuesThatCannotBeSetChangeNothing) {
-  EXPECT_EQ(CM_CORE_SetValueByURI("InternetGatewayDevice.DeviceInfo.Manufacturer", nullptr), CM_OK);
-  EXPECT_EQ(CM_CORE_SetValueByURI("no such path", nullptr), CM_OK);
-  EXPECT_EQ(CM_CORE_SetValueByURI("InternetGatewayDevice.LANDevice.2.Enable", "0"), CM_OK);
-  EXPECT_EQ(CM_CORE_SetValueByURI("InternetGatewayDevice.Nothing", "x"), CM_NOT_FOUND);
-  EXPECT_EQ(CM_CORE_SetValueByURI("InternetGatewayDevice", "x"), CM_NOT_FOUND);
-  EXPECT_EQ(CM_CORE_SetValueByURI("InternetGatewayDevice.DeviceInfo.", "x"), CM_INVALID);
-  EXPECT_EQ(live_outline(), kOutline);
-}
-
-TEST_F(Path, ADisabledObjectDisablesItsOwnParametersOnly) {
-  object_at("InternetGatewayDevice.LANDevice.1.")->attributes = 3;
-  constexpr char kEnable[] =
-      "InternetGatewayDevice.LANDevice.1.LANHostConfigManagement.DHCPServerEnable";
-  EXPECT_EQ(CM_CORE_SetValueByURI(kEnable, "0"), CM_OK);
-  EXPECT_EQ(parameter_at(kEnable)->attributes, 8);
-  char out[] = "old";
-  EXPECT_EQ(CM_CORE_GetValueByURI(kEnable, out), CM_OK);
-  EXPECT_STREQ(out, "0");
-}
-
-TEST_F(Path, AValueMayBeSetFromItself) {
-  const Parameter* param = parameter_at("InternetGatewayDevice.DeviceSummary");
-  EXPECT_EQ(CM_CORE_SetValueByURI("InternetGatewayDevice.DeviceSummary", param->value.get() + 3),
-            CM_OK);
-  EXPECT_EQ(value_at("InternetGatewayDevice.DeviceSummary"), "mary");
-}
-
-TEST(SetValueWithoutMemory, KeepsTheOldValue) {
-  const auto check = [](Status status, const std::string& after) {
-    EXPECT_EQ(status, CM_NO_MEMORY);
-    EXPECT_EQ(after, kOutline);
-  };
-  EXPECT_EQ(test::sweep_operation(
-                kOutline,
-                [] { return CM_CORE_SetValueByURI("InternetGatewayDevice.DeviceSummary", "new"); },
-                check),
-            2U);
-}
-
-TEST_F(Path, ValueIsReadWithinItsBuffer) {
-  std::array<char, 16> out;
-  out.fill('#');
-  EXPECT_EQ(CM_CORE_GetValueByURI("InternetGatewayDevice.DeviceSummary", out), CM_OK);
-  EXPECT_STREQ(out.data(), "summary");
-  EXPECT_EQ(CM_CORE_GetValueByURI("InternetGatewayDevice.DeviceSummary", {out.data(), 4}), CM_OK);
-  EXPECT_STREQ(out.data(), "sum");
-  EXPECT_EQ(CM_CORE_GetValueByURI("InternetGatewayDevice.DeviceSummary", {out.data(), 8}), CM_OK);
-  EXPECT_STREQ(out.data(), "summary");
-  EXPECT_EQ(CM_CORE_GetValueByURI("InternetGatewayDevice.DeviceSummary", {out.data(), 7}), CM_OK);
-  EXPECT_STREQ(out.data(), "summar");
-  EXPECT_EQ(CM_CORE_GetValueByURI("InternetGatewayDevice.DeviceSummary", {}), CM_OK);
-}
-
-TEST_F(Path, ReadingNoValueLeavesTheBuffer) {
-  char out[] = "old";
-  EXPECT_EQ(CM_CORE_GetValueByURI("InternetGatewayDevice.DeviceInfo.SoftwareVersion", out), CM_OK);
-  EXPECT_STREQ(out, "old");
-}
-
-TEST_F(Path, ReadingBelowADisabledObjectGivesTheEmptyText) {
-  char out[] = "old";
-  EXPECT_EQ(CM_CORE_GetValueByURI("InternetGatewayDevice.LANDevice.2.Enable", out), CM_OK);
-  EXPECT_STREQ(out, "");
-}
-
-TEST_F(Path, ReadingFailsWithTheLookupsCode) {
-  char out[] = "old";
-  EXPECT_EQ(CM_CORE_GetValueByURI("InternetGatewayDevice.Nothing", out), CM_NOT_FOUND);
-  EXPECT_EQ(CM_CORE_GetValueByURI("InternetGatewayDevice.", out), CM_INVALID);
-  EXPECT_STREQ(out, "old");
-}
-
-TEST_F(Path, AnInstanceIsMadeVirtualAndReal) {
-  EXPECT_EQ(CM_CORE_SetInstanceRWByURI("InternetGatewayDevice.LANDevice.1.", 0), CM_OK);
-  EXPECT_EQ(object_at("InternetGatewayDevice.LANDevice.1.")->attributes, 0);
-  EXPECT_EQ(CM_CORE_SetInstanceRWByURI("InternetGatewayDevice.LANDevice.1.", 1), CM_OK);
-  EXPECT_EQ(object_at("InternetGatewayDevice.LANDevice.1.")->attributes, 1);
-  EXPECT_EQ(CM_CORE_SetInstanceRWByURI("InternetGatewayDevice.LANDevice.0.", 1), CM_OK);
-  EXPECT_EQ(object_at("InternetGatewayDevice.LANDevice.0.")->attributes, 1);
-  EXPECT_EQ(CM_CORE_SetInstanceRWByURI("InternetGatewayDevice.12Tail.", 1), CM_OK);
-  EXPECT_EQ(object_at("InternetGatewayDevice.12Tail.")->attributes, 1);
-}
-
-TEST_F(Path, WritableBitsThatCannotBeSetChangeNothing) {
-  EXPECT_EQ(CM_CORE_SetInstanceRWByURI("InternetGatewayDevice.LANDevice.1.", 2), CM_OK);
-  EXPECT_EQ(CM_CORE_SetInstanceRWByURI("no such path", 2), CM_OK);
-  EXPECT_EQ(CM_CORE_SetInstanceRWByURI("no such path", 0xFFFFFFFFU), CM_OK);
-  EXPECT_EQ(CM_CORE_SetInstanceRWByURI("InternetGatewayDevice.LANDevice.2.", 1), CM_OK);
-  EXPECT_EQ(CM_CORE_SetInstanceRWByURI("InternetGatewayDevice.LANDevice.3.", 1), CM_NOT_FOUND);
-  EXPECT_EQ(CM_CORE_SetInstanceRWByURI("InternetGatewayDevice.LANDevice.", 1), CM_INVALID);
-  EXPECT_EQ(CM_CORE_SetInstanceRWByURI("InternetGatewayDevice.DeviceSummary", 1), CM_INVALID);
-  EXPECT_EQ(live_outline(), kOutline);
-}
-
 TEST_F(Path, RecordsGiveTheirPath) {
   std::array<char, kPathBufferSize> out;
   const Parameter* param =
@@ -565,97 +384,6 @@ TEST(GetModelUri, KeepsAllOtherPaths) {
 TEST(GetModelUri, KeepsLongSegments) {
   const std::string segment = std::string(400, 's') + '.';
   EXPECT_EQ(model_of("A.77." + segment + "8."), "A.0." + segment + "0.");
-}
-
-TEST(UpdateUserSetFlag, MarksTheWayDownToUserSetContent) {
-  const LiveTree tree{R"(InternetGatewayDevice. [16]
-  Summary = x
-  DeviceInfo. [16]
-    Manufacturer = Vantrel
-  LANDevice.
-    0.
-      Enable = 1
-    1. [1]
-      Enable = 1
-      Hosts.
-        Host.
-          1. [9]
-            Name = printer
-          2. [1]
-            Name [8] = other
-    2. [25]
-      Enable [8] = 0
-  WANDevice.
-    1. [17]
-)"};
-  int flag = 0;
-  EXPECT_EQ(CM_CORE_UpdateUserSetFlag(cml_root, &flag), CM_OK);
-  EXPECT_EQ(flag, 1);
-  EXPECT_EQ(live_outline(), R"(InternetGatewayDevice. [16]
-  Summary = x
-  DeviceInfo.
-    Manufacturer = Vantrel
-  LANDevice. [16]
-    0.
-      Enable = 1
-    1. [17]
-      Enable = 1
-      Hosts. [16]
-        Host. [16]
-          1. [9]
-            Name = printer
-          2. [17]
-            Name [8] = other
-    2. [9]
-      Enable [8] = 0
-  WANDevice.
-    1. [1]
-)");
-}
-
-TEST(UpdateUserSetFlag, CoversLaterSiblings) {
-  const NodePtr tree = build_tree(R"(Root.
-  A.
-  B.
-    P [8]
-)");
-  int flag = 0;
-  EXPECT_EQ(CM_CORE_UpdateUserSetFlag(tree->children, &flag), CM_OK);
-  EXPECT_EQ(flag, 1);
-  EXPECT_EQ(test::outline_of(tree.get()), "Root.\n  A.\n  B. [16]\n    P [8]\n");
-}
-
-TEST(UpdateUserSetFlag, LeavesTheFlagWithoutUserSetContent) {
-  const NodePtr tree = build_tree("Root. [16]\n  P = x\n  A. [23]\n    Q [7]\n");
-  int flag = 0;
-  EXPECT_EQ(CM_CORE_UpdateUserSetFlag(tree.get(), &flag), CM_OK);
-  EXPECT_EQ(flag, 0);
-  EXPECT_EQ(test::outline_of(tree.get()), "Root.\n  P = x\n  A. [7]\n    Q [7]\n");
-}
-
-TEST(UpdateUserSetFlag, AUserSetObjectIsNotMarkedItself) {
-  const NodePtr tree = build_tree("Root. [8]\n  P [8] = x\n");
-  int flag = 0;
-  EXPECT_EQ(CM_CORE_UpdateUserSetFlag(tree.get(), &flag), CM_OK);
-  EXPECT_EQ(flag, 1);
-  EXPECT_EQ(tree->attributes, 8);
-}
-
-TEST(Filters, KeepUserSetContent) {
-  Node node;
-  node.attributes = 0xFFE7;
-  EXPECT_EQ(filter_node(&node), 1);
-  node.attributes = 8;
-  EXPECT_EQ(filter_node(&node), 0);
-  node.attributes = 16;
-  EXPECT_EQ(filter_node(&node), 0);
-  node.attributes = 24;
-  EXPECT_EQ(filter_node(&node), 0);
-  Parameter param;
-  param.attributes = 0xFFF7;
-  EXPECT_EQ(filter_parameter(&param), 1);
-  param.attributes = 8;
-  EXPECT_EQ(filter_parameter(&param), 0);
 }
 
 }  // namespace

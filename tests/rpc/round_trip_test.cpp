@@ -12,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include "core/counter.h"
 #include "core/path.h"
 #include "core/paths.h"
 #include "core/startup.h"

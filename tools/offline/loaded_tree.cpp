@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "core/path.h"
+#include "core/user_set.h"
 #include "tools/offline/outline.h"
 #include "xml/loader.h"
 #include "xml/reader.h"
