@@ -2,7 +2,9 @@
 
 #include <cstring>
 #include <fcntl.h>
+#include <linux/magic.h>
 #include <sys/stat.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
 #include "core/heap.h"
@@ -36,26 +38,43 @@ const char* stream_mode(int flags) {
   }
 }
 
+/// What may be opened to be written.
+enum class Writable { kFiles, kFilesAndDevices };
+
+/// Whether what was opened lies on a medium. The kernel's process files are switches that look like
+/// files, and some of them ask for the right of the process itself instead of its files' user.
+bool lies_on_a_medium(int fd) {
+  struct statfs system;
+  return fstatfs(fd, &system) == 0 && system.f_type != PROC_SUPER_MAGIC;
+}
+
 /// Whether what was opened serves as a file. Only then, and only a regular one, is emptied.
-bool take(int fd, bool empties) {
+bool take(int fd, int flags, Writable writable) {
   struct stat file;
   if (fstat(fd, &file) != 0) return false;
   if (S_ISFIFO(file.st_mode) || S_ISSOCK(file.st_mode) || S_ISDIR(file.st_mode)) return false;
-  return !empties || !S_ISREG(file.st_mode) || ftruncate(fd, 0) == 0;
+  const bool is_file = S_ISREG(file.st_mode);
+  const bool files_only = writable == Writable::kFiles && (flags & O_ACCMODE) != O_RDONLY;
+  if (files_only && !(is_file && lies_on_a_medium(fd))) return false;
+  return !(flags & O_TRUNC) || !is_file || ftruncate(fd, 0) == 0;
+}
+
+FilePtr open_stream(const char* path, int flags, mode_t permissions, Writable writable) {
+  const int fd = open(path, (flags & ~O_TRUNC) | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, permissions);
+  if (fd < 0) return {};
+  FilePtr stream{take(fd, flags, writable) ? fdopen(fd, stream_mode(flags)) : nullptr};
+  if (!stream) close(fd);
+  return stream;
 }
 
 }  // namespace
 
 FilePtr open_regular(const char* path, const char* mode) {
-  return open_regular(path, flags_of(mode));
+  return open_stream(path, flags_of(mode), 0660, Writable::kFiles);
 }
 
 FilePtr open_regular(const char* path, int flags, mode_t permissions) {
-  const int fd = open(path, (flags & ~O_TRUNC) | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, permissions);
-  if (fd < 0) return {};
-  FilePtr stream{take(fd, flags & O_TRUNC) ? fdopen(fd, stream_mode(flags)) : nullptr};
-  if (!stream) close(fd);
-  return stream;
+  return open_stream(path, flags, permissions, Writable::kFilesAndDevices);
 }
 
 long CM_UTL_GetFileSize(std::FILE* stream) {

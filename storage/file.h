@@ -18,11 +18,13 @@ using FilePtr = std::unique_ptr<std::FILE, CloseFile>;
 
 /// Opens `path`, which may come from a client, as fopen does with `mode` ("r", "w+", "a+", ...),
 /// but without ever waiting for anybody: a FIFO, a socket or a directory is refused, and reading
-/// from a terminal does not wait for its user. None when the file cannot be opened, and nothing is
-/// emptied then.
+/// from a terminal does not wait for its user. To write, a device and the kernel's process files
+/// are refused too. A file that is made is for its owner and group at most (0660). None when the
+/// file cannot be opened, and nothing is emptied then.
 [[nodiscard]] FilePtr open_regular(const char* path, const char* mode);
 
-/// The same with the flags of open(), for what a mode does not say.
+/// The same with the flags of open(), for what a mode does not say: paths of the service's own,
+/// which may be devices.
 [[nodiscard]] FilePtr open_regular(const char* path, int flags, mode_t permissions = 0666);
 
 /// The size of the stream's file in bytes, or -1 when it has none that a long holds (a pipe). The

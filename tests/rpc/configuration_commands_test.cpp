@@ -1,9 +1,11 @@
 #include "rpc/configuration_commands.h"
 
 #include <algorithm>
+#include <csignal>
 #include <filesystem>
 #include <set>
 #include <string>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <vector>
 
@@ -306,6 +308,23 @@ TEST_F(ConfigurationCommands, ResetOutOfMemory) {
 
 // --- Save ---
 
+/// A tree whose saved text has `size` bytes.
+std::string outline_saved_as(std::size_t size) {
+  const std::string frame =
+      "<DATAMODEL>\n<OBJECT name=\"A.\" type=\"object\" writable=\"0\" "
+      ">\n</OBJECT>\n</DATAMODEL>\n";
+  const std::string row = "<PARAMETER name=\"P\" type=\"string\" value=\"\" writable=\"0\" />\n";
+  std::size_t rest = size - frame.size();
+  std::string outline = "A.\n";
+  while (rest > 0) {
+    // No row is left with less room than an empty one takes.
+    const std::size_t length = rest < 2000 ? rest : std::min<std::size_t>(1900, rest - 100);
+    outline += "  P [8] = " + std::string(length - row.size(), 'v') + "\n";
+    rest -= length;
+  }
+  return outline;
+}
+
 TEST_F(ConfigurationCommands, ASavedFileIsTheTextAndOneNul) {
   ASSERT_EQ(serve({"0", kSummary, "a \"b\" & \\c"}).result, 0);
   EXPECT_EQ(serve({"29", file}), (Reply{{}, 0}));
@@ -324,7 +343,8 @@ TEST_F(ConfigurationCommands, AFileThatCannotBeOpenedIsNotSaved) {
   const std::string fifo = sandbox("/tmp/fifo");
   ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
   for (const std::string& path :
-       {sandbox("/tmp/missing/saved.xml"), sandbox("/tmp"), fifo, ""s, std::string(32768, 'x')})
+       {sandbox("/tmp/missing/saved.xml"), sandbox("/tmp"), fifo, ""s, std::string(32768, 'x'),
+        "/dev/null"s, "/proc/self/coredump_filter"s})
     EXPECT_EQ(serve({"29", path}), (Reply{{}, -100})) << path.substr(0, 60);
   EXPECT_EQ(test::live_outline(), before);
 }
@@ -347,8 +367,28 @@ TEST_F(ConfigurationCommands, AFileThatTheServiceMayNotOpenIsRefused) {
   EXPECT_EQ(served("30"), "-100 default");
 }
 
+TEST_F(ConfigurationCommands, ASavedFileIsNotForOthers) {
+  const mode_t mask = umask(0);
+  EXPECT_EQ(serve({"29", file}), (Reply{{}, 0}));
+  umask(mask);
+  struct stat saved {};
+  ASSERT_EQ(stat(file.c_str(), &saved), 0);
+  EXPECT_EQ(saved.st_mode & 07777u, 0660u);
+}
+
 TEST_F(ConfigurationCommands, AFileThatIsNotWrittenWholeIsReported) {
-  EXPECT_EQ(serve({"29", "/dev/full"}), (Reply{{}, -100}));
+  const auto saved_with_room_for = [this](rlim_t size) {
+    test::Detached service{[&] {
+      std::signal(SIGXFSZ, SIG_IGN);
+      const rlimit room{size, size};
+      setrlimit(RLIMIT_FSIZE, &room);
+      return std::to_string(serve({"29", file}).result);
+    }};
+    return service.text();
+  };
+  load(outline_saved_as(20'000));
+  EXPECT_EQ(saved_with_room_for(20'001), "0");
+  EXPECT_EQ(saved_with_room_for(20'000), "-100");
 }
 
 TEST_F(ConfigurationCommands, AnUnreadablePathSavesNothing) {
@@ -370,23 +410,6 @@ TEST_F(ConfigurationCommands, ATextThatCannotBeBuiltTouchesNoFile) {
   release_tree();
   EXPECT_EQ(serve({"29", file}), (Reply{{}, -100}));
   EXPECT_EQ(read_file(file), "kept");
-}
-
-/// A tree whose saved text has `size` bytes.
-std::string outline_saved_as(std::size_t size) {
-  const std::string frame =
-      "<DATAMODEL>\n<OBJECT name=\"A.\" type=\"object\" writable=\"0\" "
-      ">\n</OBJECT>\n</DATAMODEL>\n";
-  const std::string row = "<PARAMETER name=\"P\" type=\"string\" value=\"\" writable=\"0\" />\n";
-  std::size_t rest = size - frame.size();
-  std::string outline = "A.\n";
-  while (rest > 0) {
-    // No row is left with less room than an empty one takes.
-    const std::size_t length = rest < 2000 ? rest : std::min<std::size_t>(1900, rest - 100);
-    outline += "  P [8] = " + std::string(length - row.size(), 'v') + "\n";
-    rest -= length;
-  }
-  return outline;
 }
 
 TEST_F(ConfigurationCommands, TheSizeOfASavedFileIsBounded) {

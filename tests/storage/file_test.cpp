@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -28,6 +29,12 @@ class File : public ::testing::Test {
   static long open_descriptors() {
     const std::filesystem::directory_iterator all{"/proc/self/fd"};
     return std::distance(begin(all), end(all));
+  }
+
+  static unsigned mode_of(const std::string& file) {
+    struct stat found {};
+    EXPECT_EQ(stat(file.c_str(), &found), 0) << file;
+    return found.st_mode & 07777u;
   }
 
   const std::string path = test::sandbox_root() + "/tmp/file";
@@ -159,9 +166,25 @@ TEST_F(File, RewritingMakesAndEmpties) {
   }
   umask(mask);
   EXPECT_EQ(test::read_file(path), "second");
-  struct stat made;
-  ASSERT_EQ(stat(path.c_str(), &made), 0);
-  EXPECT_EQ(made.st_mode & 07777u, 0644u);
+  EXPECT_EQ(mode_of(path), 0640u);
+}
+
+TEST_F(File, WhatItMakesIsNeverForOthers) {
+  for (const auto& [mask, made] : {std::pair{0U, 0660U}, {002U, 0660U}, {077U, 0600U}}) {
+    const mode_t before = umask(mask);
+    for (const char* mode : {"w+", "a+"}) {
+      const FilePtr file = open_regular(path.c_str(), mode);
+      EXPECT_EQ(mode_of(path), made) << mask << mode;
+      std::filesystem::remove(path);
+    }
+    umask(before);
+  }
+  // One that is there stays as it is.
+  test::write_file(path, "abc");
+  ASSERT_EQ(chmod(path.c_str(), 0664), 0);
+  for (const char* mode : {"w+", "a+"})
+    const FilePtr file = open_regular(path.c_str(), mode);
+  EXPECT_EQ(mode_of(path), 0664u);
 }
 
 TEST_F(File, AppendingMakesAndKeeps) {
@@ -213,12 +236,28 @@ TEST_F(File, RefusesASocket) {
   close(listener);
 }
 
-TEST_F(File, AllowsADevice) {
-  const FilePtr file = open_regular("/dev/full", "w+");
+TEST_F(File, AllowsADeviceToFlagsAndToReading) {
+  const FilePtr file = open_regular("/dev/full", O_RDWR | O_CREAT | O_TRUNC);
   ASSERT_TRUE(file);
   std::fputs("x", file.get());
   EXPECT_EQ(std::fflush(file.get()), EOF);
   EXPECT_EQ(CM_UTL_ReadFile(open_regular("/dev/null", "r").get()).view(), "");
+}
+
+TEST_F(File, AModeWritesNoDevice) {
+  const std::string link = path + ".link";
+  std::filesystem::create_symlink("/dev/null", link);
+  for (const char* mode : {"r+", "w", "w+", "a", "a+"})
+    for (const char* device : {"/dev/null", "/dev/full", link.c_str()})
+      EXPECT_FALSE(open_regular(device, mode)) << mode << device;
+}
+
+TEST_F(File, AModeWritesNoneOfTheKernelsSwitches) {
+  constexpr const char* kSwitch = "/proc/self/coredump_filter";
+  EXPECT_TRUE(open_regular(kSwitch, O_WRONLY));
+  for (const char* mode : {"r+", "w", "w+", "a", "a+"})
+    EXPECT_FALSE(open_regular(kSwitch, mode)) << mode;
+  EXPECT_TRUE(open_regular(kSwitch, "r"));
 }
 
 TEST_F(File, ReadingATerminalDoesNotWait) {
