@@ -9,6 +9,7 @@
 #include "core/deleted_defaults.h"
 #include "core/paths.h"
 #include "core/tree.h"
+#include "rpc/peer.h"
 #include "xml/loader.h"
 #include "xml/merge.h"
 
@@ -61,6 +62,7 @@ int start_up(const char* argument) {
 }
 
 void CM_CORE_Terminate(int /*signal*/) {
+  resume_own_user();  // the rights of a client whose file is open may not remove the socket
   unlink(paths().socket);
   _exit(1);
 }

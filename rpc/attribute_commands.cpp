@@ -2,6 +2,7 @@
 
 #include "core/number.h"
 #include "rpc/notification.h"
+#include "rpc/peer.h"
 #include "rpc/request.h"
 
 namespace gwconf {
@@ -50,6 +51,7 @@ Status CM_RPC_RPOCESS_TR069_Notification_Registration(int fd, char* buf) {
   buf[0] = '\0';  // a process id that does not come must not read as the command's number
   Registration* registration = renew_registration();
   if (!registration) return CM_INVALID;
+  registration->registrant = peer_of(fd);
   // Each field counts as soon as it is there: one that was cut short stays partial, and switches
   // notification off.
   if (!read_argument(fd, buf)) return CM_UNREADABLE;

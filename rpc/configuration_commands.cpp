@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "core/paths.h"
+#include "rpc/peer.h"
 #include "rpc/request.h"
 #include "storage/file.h"
 #include "storage/settings_block.h"
@@ -37,13 +38,19 @@ Status check_restore_file(const char* path) {
   return file && CM_UTL_GetFileSize(file.get()) <= kDocumentMax ? CM_OK : CM_INVALID;
 }
 
-/// Loads the client's file into cml_root_restore, then builds a live tree of the defaults and lays
-/// the file over it.
-Status restore_from(const char* path) {
+/// Loads a client's file into cml_root_restore.
+Status load_restore_file(const char* path, const Peer& client) {
+  const ActingFor acting{client};
+  if (!acting) return CM_INVALID;
+  if (const Status status = check_restore_file(path)) return status;
+  return VT_CM_XMLFILE2RAM(cml_root_restore, path);
+}
+
+/// Loads the client's file, then builds a live tree of the defaults and lays the file over it.
+Status restore_from(const char* path, const Peer& client) {
   cml_root_restore = new_node().release();
   if (!cml_root_restore) return CM_NO_MEMORY;
-  if (const Status status = check_restore_file(path)) return status;
-  if (const Status status = VT_CM_XMLFILE2RAM(cml_root_restore, path)) return status;
+  if (const Status status = load_restore_file(path, client)) return status;
 
   release(&cml_root);
   cml_root_new = new_node().release();
@@ -72,7 +79,8 @@ Status CM_RPC_RPOCESS_SaveCfg(int fd, char* buf) {
   if (!read_argument(fd, buf)) return CM_UNREADABLE;
   OwnedText text;
   if (const Status status = VT_CM_RAM2XML(&text, cml_root)) return status;
-  std::FILE* file = open_regular(buf, "w+").release();
+  const ActingFor client{peer_of(fd)};
+  std::FILE* file = client ? open_regular(buf, "w+").release() : nullptr;
   if (!file) return CM_INVALID;
   const std::size_t length = text.view().size() + 1;
   const bool fits = length <= static_cast<std::size_t>(kDocumentMax);
@@ -83,7 +91,7 @@ Status CM_RPC_RPOCESS_SaveCfg(int fd, char* buf) {
 
 Status CM_RPC_RPOCESS_Restore(int fd, char* buf) {
   if (!read_argument(fd, buf)) return CM_UNREADABLE;
-  const Status status = restore_from(buf);
+  const Status status = restore_from(buf, peer_of(fd));
   release(&cml_root_new);
   release(&cml_root_restore);
   return status;

@@ -17,14 +17,14 @@ Status CM_RPC_RPOCESS_Commit(int fd, char* buf);
 /// No argument. Replaces the live tree by the factory defaults and commits that. CM_INVALID, and no
 /// live tree, when there is no memory for a root.
 Status CM_RPC_RPOCESS_Reset2Default(int fd, char* buf);
-/// File path. Writes the user-set part of the live tree, with a NUL at its end, to a file.
-/// CM_INVALID when the text cannot be built, or the file not opened or written; a text of 2 MiB or
-/// more with its NUL leaves it empty.
+/// File path. Writes the user-set part of the live tree, with a NUL at its end, to a file, which is
+/// opened with the client's rights. CM_INVALID when the text cannot be built, or the file not
+/// opened or written; a text of 2 MiB or more with its NUL leaves it empty.
 Status CM_RPC_RPOCESS_SaveCfg(int fd, char* buf);
-/// File path. Replaces the live tree by the factory defaults with a saved file laid over them;
-/// flash is left alone. CM_INVALID when the file is missing, too long or does not load,
-/// CM_NO_MEMORY: the live tree is unchanged. When the defaults fail after that, their code, and no
-/// live tree.
+/// File path. Replaces the live tree by the factory defaults with a saved file, which is opened
+/// with the client's rights, laid over them; flash is left alone. CM_INVALID when the file is
+/// missing, too long or does not load, CM_NO_MEMORY: the live tree is unchanged. When the defaults
+/// fail after that, their code, and no live tree.
 Status CM_RPC_RPOCESS_Restore(int fd, char* buf);
 
 }  // namespace gwconf

@@ -65,7 +65,9 @@ Registration* renew_registration() {
 
 Status start_notification_file(Registration* registration, const char* path) {
   const bool copied = registration->file.assign(std::string_view{path});
-  const FilePtr file = open_regular(path, "w+");
+  const ActingFor registrant{registration->registrant};
+  const FilePtr file{registrant ? open_regular(path, "w+") : nullptr};
+  if (!registration->registrant.owns(registration->process)) registration->process = 0;
   return copied && file && is_complete(*registration) ? CM_OK : CM_INVALID;
 }
 
@@ -75,14 +77,16 @@ Status CM_RPC_TR069_Notification_Check(const Parameter* param, char* buf, std::i
   if (CM_CORE_GetURIByParaNode(param, path) != CM_OK)
     std::snprintf(path, sizeof path, "Get Parameter URI fail");
   std::snprintf(buf, static_cast<std::size_t>(size), "%s,%s\n", path, change_word(*param));
+  const ActingFor registrant{notify_reg->registrant};
   {
-    const FilePtr file = open_regular(notify_reg->file.get(), "a+");
+    const FilePtr file{registrant ? open_regular(notify_reg->file.get(), "a+") : nullptr};
     if (!file) return CM_INVALID;
     lock_file(fileno(file.get()));
     std::fputs(buf, file.get());
   }
   // Closing released the lock, so the listener finds the whole line.
-  kill(notify_reg->process, notify_reg->signal);
+  if (notify_reg->registrant.owns(notify_reg->process))
+    kill(notify_reg->process, notify_reg->signal);
   return CM_OK;
 }
 

@@ -203,7 +203,8 @@ GWCONF_API int gwconf_commit(const gwconf_client* client);
 GWCONF_API int gwconf_reset(const gwconf_client* client);
 
 /* Saves the configuration to a file, or rebuilds it from one (in memory only: commit makes it
- * last). The daemon opens the file: the path is its, so make it absolute. */
+ * last). The daemon opens the file: the path is its, so make it absolute; the rights are the
+ * caller's. */
 GWCONF_API int gwconf_save(const gwconf_client* client, const char* file);
 GWCONF_API int gwconf_restore(const gwconf_client* client, const char* file);
 
@@ -229,8 +230,9 @@ GWCONF_API void gwconf_answers_free(gwconf_answers* answers);
 
 /* --------------------------------------------------------------------------------- notification */
 
-/* Registers any process, signal and file; see gwconf_listener_open() for the whole service. There
- * is one registration in the daemon, and each new one replaces it. */
+/* Registers any process of the caller's (root: any process), signal and file; see
+ * gwconf_listener_open() for the whole service. There is one registration in the daemon, and each
+ * new one replaces it. */
 GWCONF_API int gwconf_register(const gwconf_client* client, int process, int signal,
                                const char* file);
 
@@ -254,7 +256,8 @@ typedef struct gwconf_change {
  * is sent all the same: `signal` 0 takes SIGURG, which does nothing to a process without a handler
  * for it. Choose another only together with a handler: the default action of most ends the process.
  *
- * GWCONF_INVALID when the daemon may not write to the folder. */
+ * GWCONF_INVALID when the daemon cannot write to the folder with the caller's rights, or does not
+ * take the process for the caller's: one that runs with another's rights (setuid). */
 GWCONF_API int gwconf_listener_open(const gwconf_client* client, int signal,
                                     gwconf_listener** listener);
 

@@ -12,6 +12,7 @@
 #include "core/paths.h"
 #include "rpc/commands.h"
 #include "rpc/notification.h"
+#include "rpc/peer.h"
 #include "rpc/protocol.h"
 #include "rpc/server.h"
 #include "tests/support/failing_heap.h"
@@ -71,13 +72,14 @@ void prepare_world() {
 }
 
 /// This process listens, by a signal that does nothing.
-void prepare_request() {
+void prepare_request(int connection) {
   for (const auto& left : std::filesystem::directory_iterator{"."})
     std::filesystem::remove_all(left.path());
   test::write_file("./restore", kTree);
   cml_root = new_node().release();
   require(VT_CM_XML2RAM(cml_root, kTree) == CM_OK);
   Registration* registration = renew_registration();
+  registration->registrant = peer_of(connection);
   registration->process = getpid();
   registration->signal = SIGURG;
   require(start_notification_file(registration, "changes") == CM_OK);
@@ -109,10 +111,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* input, std::size_t siz
   static const bool kPrepared = (prepare_world(), true);
   if (!kPrepared || size > kInputMax) return 0;
   const std::size_t blocks = test::live_blocks();
-  prepare_request();
-  const std::string bytes = confined(input, size);
   int ends[2];
   require(socketpair(AF_UNIX, SOCK_STREAM, 0, ends) == 0);
+  prepare_request(ends[1]);
+  const std::string bytes = confined(input, size);
   require(send(ends[0], bytes.data(), size, MSG_DONTWAIT) == static_cast<ssize_t>(size));
   shutdown(ends[0], SHUT_WR);
   const Status result = CM_RPC_RPOCESS(ends[1]);

@@ -32,6 +32,9 @@ useradd other
 adduser --quiet engineer gwconf >/dev/null
 expect engineer ntp.example.net "$(su engineer -s /bin/sh -c "gwctl get $server")"
 expect other 3 "$(status_of su other -s /bin/sh -c "gwctl get $server")"
+expect 'save where root only may' 1 "$(status_of su engineer -s /bin/sh -c 'gwctl save /etc/gwconf-trial')"
+expect 'save where all may' 0 "$(status_of su engineer -s /bin/sh -c 'gwctl save /tmp/engineers.xml')"
+expect 'its file' engineer "$(stat -c %U /tmp/engineers.xml)"
 
 say 'what came along for the tool'
 gwctl check /etc/default.xml

@@ -70,6 +70,15 @@ wait_until [ -s /tmp/listener/heard ]
 expect heard "$server,None" "$(cat /tmp/listener/heard)"
 gwctl set "$server=ntp.example.net"
 
+say 'the rights of another user'
+expect 'save over a file of root' 1 "$(status_of su engineer -s /bin/sh -c 'gwctl save /etc/gwconf-trial')"
+chmod 640 /tmp/saved.xml
+expect 'save over a file that the group may read' 1 "$(status_of su engineer -s /bin/sh -c 'gwctl save /tmp/saved.xml')"
+expect 'restore a file that the group may read' 0 "$(status_of su engineer -s /bin/sh -c 'gwctl restore /tmp/saved.xml')"
+expect 'save below /var/lib/gwconf' 0 "$(status_of su engineer -s /bin/sh -c 'gwctl save /var/lib/gwconf/own.xml')"
+expect 'its file' 'engineer' "$(stat -c %U /var/lib/gwconf/own.xml)"
+expect 'register the init process' 1 "$(status_of su engineer -s /bin/sh -c 'gwctl raw 33 1 10 /tmp/engineers')"
+
 say 'a crash'
 before=$(systemctl show -P MainPID gwconfd)
 kill -KILL "$before"

@@ -449,6 +449,69 @@ TEST_F(ConfigurationCommands, SaveOutOfMemoryTouchesNoFile) {
   EXPECT_GE(failures, 10u);
 }
 
+// --- Files of others ---
+
+class ConfigurationFiles : public ConfigurationCommands {
+ protected:
+  void SetUp() override {
+    if (const char* reason = test::no_strangers()) GTEST_SKIP() << reason;
+    ConfigurationCommands::SetUp();
+    folder = folder_of_stranger();
+    write_file(roots, saved_summary("root's"));
+    ASSERT_EQ(chmod(roots.c_str(), 0660), 0);
+    std::filesystem::create_symlink(roots, folder + "/link");
+  }
+  void TearDown() override {
+    if (!test::no_strangers()) ConfigurationCommands::TearDown();
+  }
+
+  static Reply serve_stranger(const std::string& command, const std::string& path) {
+    return test::serve_on(test::Connection{test::kStranger}, {command, path});
+  }
+
+  std::string folder;
+  const std::string roots = sandbox("/tmp/roots.xml");
+};
+
+TEST_F(ConfigurationFiles, AreSavedWithTheRightsOfTheClient) {
+  for (const std::string& path : {roots, folder + "/link", sandbox("/tmp/new.xml")})
+    EXPECT_EQ(serve_stranger("29", path), (Reply{{}, -100})) << path;
+  EXPECT_EQ(read_file(roots), saved_summary("root's"));
+  EXPECT_FALSE(test::file_exists(sandbox("/tmp/new.xml")));
+  EXPECT_EQ(serve_stranger("29", folder + "/own.xml"), (Reply{{}, 0}));
+  EXPECT_EQ(read_file(folder + "/own.xml"), kNothingSet + '\0');
+  struct stat saved {};
+  ASSERT_EQ(stat((folder + "/own.xml").c_str(), &saved), 0);
+  EXPECT_EQ(saved.st_uid, test::kStranger);
+  // Root goes on as ever.
+  EXPECT_EQ(serve({"29", folder + "/link"}), (Reply{{}, 0}));
+  EXPECT_EQ(read_file(roots), kNothingSet + '\0');
+}
+
+TEST_F(ConfigurationFiles, AreRestoredWithTheRightsOfTheClient) {
+  for (const std::string& path : {roots, folder + "/link"})
+    EXPECT_EQ(serve_stranger("30", path), (Reply{{}, -100})) << path;
+  EXPECT_EQ(value_at(kSummary), "default");
+  // The defaults are root's: they are loaded with the service's own rights.
+  ASSERT_EQ(chmod(paths().defaults, 0600), 0);
+  ASSERT_EQ(chmod(roots.c_str(), 0664), 0);
+  EXPECT_EQ(serve_stranger("30", folder + "/link"), (Reply{{}, 0}));
+  EXPECT_EQ(value_at(kSummary), "root's");
+}
+
+TEST_F(ConfigurationFiles, WithoutTheRightOfTheClientNothingIsOpened) {
+  ASSERT_EQ(chmod(roots.c_str(), 0666), 0);
+  test::Detached service{[this] {
+    const test::Connection save{test::kStranger};
+    const test::Connection restore{test::kStranger};
+    test::heed_file_modes();
+    return std::to_string(serve_on(save, {"29", roots}).result) + " " +
+           std::to_string(serve_on(restore, {"30", roots}).result) + " " + value_at(kSummary);
+  }};
+  EXPECT_EQ(service.text(), "-100 -100 default");
+  EXPECT_EQ(read_file(roots), saved_summary("root's"));
+}
+
 // --- Restore ---
 
 class Restore : public ConfigurationCommands {

@@ -282,6 +282,94 @@ TEST_F(Notification, AListenerThatHasGoneOrASignalThatIsNoneHurtsNobody) {
   }
 }
 
+// --- Listeners of other users ---
+
+class StrangersNotification : public Notification {
+ protected:
+  void SetUp() override {
+    if (const char* reason = test::no_strangers()) GTEST_SKIP() << reason;
+    Notification::SetUp();
+    folder = folder_of_stranger();
+    show_owner(test::kStranger);
+  }
+  void TearDown() override {
+    if (!test::no_strangers()) Notification::TearDown();
+  }
+
+  /// Makes this process, which hears the signals, another user's for the service.
+  static void show_owner(uid_t user) {
+    const std::string id = std::to_string(user) + '\t';
+    write_file(sandbox("/proc/" + std::to_string(getpid()) + "/status"),
+               "Name:\tlistener\nUid:\t" + id + id + id + id + '\n');
+  }
+
+  static Reply register_stranger(const std::string& path) {
+    return test::serve_on(test::Connection{test::kStranger},
+                          {"33", std::to_string(getpid()), std::to_string(SIGUSR1), path});
+  }
+
+  std::string folder;
+};
+
+TEST_F(StrangersNotification, TheFileIsTheRegistrantsWhoeverChangesTheValue) {
+  ASSERT_EQ(register_stranger(folder + "/changes"), (Reply{{}, 0}));
+  for (int time = 0; time < 2; ++time) {
+    EXPECT_EQ(set_value("Plain", std::to_string(time)), (Reply{{}, 0}));
+    EXPECT_EQ(read_file(folder + "/changes"), "InternetGatewayDevice.Plain,None\n");
+    struct stat made {};
+    ASSERT_EQ(stat((folder + "/changes").c_str(), &made), 0);
+    EXPECT_EQ(made.st_uid, test::kStranger);
+    EXPECT_EQ(made.st_mode & 0007u, 0u);
+    std::filesystem::remove(folder + "/changes");  // made by the registration, then by the line
+  }
+  EXPECT_EQ(take_signals(), (std::map<int, int>{{SIGUSR1, 1}}));
+}
+
+TEST_F(StrangersNotification, AFileThatTheRegistrantMayNotWriteIsNotOpened) {
+  write_file(file, "kept");
+  ASSERT_EQ(chmod(file.c_str(), 0644), 0);
+  EXPECT_EQ(register_stranger(file), (Reply{{}, -100}));
+  EXPECT_EQ(set_value("Plain", "b"), (Reply{{}, 0}));
+  EXPECT_EQ(read_file(file), "kept");
+  EXPECT_TRUE(take_signals().empty());
+}
+
+TEST_F(StrangersNotification, AFileThatBecomesAnothersIsNotWrittenAnyMore) {
+  ASSERT_EQ(register_stranger(folder + "/changes"), (Reply{{}, 0}));
+  write_file(file, "kept");
+  ASSERT_EQ(chmod(file.c_str(), 0644), 0);
+  std::filesystem::remove(folder + "/changes");
+  std::filesystem::create_symlink(file, folder + "/changes");
+  EXPECT_EQ(set_value("Plain", "b"), (Reply{{}, 0}));
+  EXPECT_EQ(read_file(file), "kept");
+  EXPECT_TRUE(take_signals().empty());
+}
+
+TEST_F(StrangersNotification, AProcessIsRegisteredByItsOwnerOrRootOnly) {
+  show_owner(0);
+  EXPECT_EQ(register_stranger(folder + "/changes"), (Reply{{}, -100}));
+  EXPECT_EQ(set_value("Plain", "b"), (Reply{{}, 0}));
+  EXPECT_EQ(read_file(folder + "/changes"), "");
+  EXPECT_TRUE(take_signals().empty());
+  show_owner(test::kStranger);
+  EXPECT_EQ(set_value("Plain", "c"), (Reply{{}, 0}));
+  EXPECT_EQ(read_file(folder + "/changes"), "");  // the registration is off, whoever has it then
+  listen();
+  EXPECT_EQ(set_value("Plain", "d"), (Reply{{}, 0}));
+  EXPECT_EQ(take_signals(), (std::map<int, int>{{SIGUSR1, 1}}));
+}
+
+TEST_F(StrangersNotification, AProcessThatIsAnothersByNowGetsNoSignal) {
+  ASSERT_EQ(register_stranger(folder + "/changes"), (Reply{{}, 0}));
+  show_owner(0);
+  EXPECT_EQ(set_value("Plain", "b"), (Reply{{}, 0}));
+  EXPECT_EQ(read_file(folder + "/changes"), "InternetGatewayDevice.Plain,None\n");
+  EXPECT_TRUE(take_signals().empty());
+  show_owner(test::kStranger);
+  EXPECT_EQ(set_value("Plain", "c"), (Reply{{}, 0}));
+  EXPECT_EQ(take_signals(), (std::map<int, int>{{SIGUSR1, 1}}));
+}
+
 // --- The check by itself ---
 
 TEST_F(Notification, TheCheckWantsItsArgumentsAndAListener) {

@@ -10,6 +10,7 @@
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <thread>
@@ -99,6 +100,18 @@ Connection::Connection() {
     throw std::runtime_error("no connection");
 }
 
+const char* no_strangers() {
+  return geteuid() == 0 ? nullptr : "only root can take on another user";
+}
+
+Connection::Connection(uid_t user) {
+  const gid_t group = getegid();
+  if (setegid(user) != 0 || seteuid(user) != 0) throw std::runtime_error("not that user");
+  const bool made = socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends_) == 0;
+  if (seteuid(0) != 0 || setegid(group) != 0) throw std::runtime_error("root no more");
+  if (!made) throw std::runtime_error("no connection");
+}
+
 Connection::~Connection() {
   for (const int end : ends_)
     if (end >= 0) close(end);
@@ -137,8 +150,14 @@ Reply serve(const std::vector<std::string>& texts) {
 }
 
 Reply serve_bytes(std::string_view bytes) {
-  Connection connection;
+  const Connection connection;
   connection.send(bytes);
+  connection.finish();
+  return connection.serve();
+}
+
+Reply serve_on(const Connection& connection, const std::vector<std::string>& texts) {
+  connection.send(messages(texts));
   connection.finish();
   return connection.serve();
 }
@@ -231,6 +250,15 @@ void RequestTest::load_xml(std::string_view text) {
 
 void RequestTest::release_tree() {
   ignore(CM_UTL_FreeNode(std::exchange(cml_root, nullptr)));
+}
+
+std::string RequestTest::folder_of_stranger() {
+  const std::string folder = sandbox("/tmp/stranger");
+  std::filesystem::create_directories(folder);
+  if (chmod(sandbox_root().c_str(), 0711) != 0 || chmod(folder.c_str(), 0700) != 0 ||
+      chown(folder.c_str(), kStranger, kStranger) != 0)
+    throw std::runtime_error("no folder for the stranger");
+  return folder;
 }
 
 std::string RequestTest::sandbox(const std::string& path) {

@@ -6,6 +6,7 @@
 #include <ostream>
 #include <string>
 #include <string_view>
+#include <sys/types.h>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -36,10 +37,18 @@ struct Reply {
 
 std::ostream& operator<<(std::ostream& out, const Reply& reply);
 
+/// A user that owns nothing, with a group of the same number.
+inline constexpr uid_t kStranger = 65534;
+
+/// Why a test that needs another user cannot run, or nothing: only root can take on another.
+[[nodiscard]] const char* no_strangers();
+
 /// A client and the daemon's end of its connection.
 class Connection {
  public:
   Connection();
+  /// A client of another user and the group of the same number. By root.
+  explicit Connection(uid_t user);
   ~Connection();
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
@@ -66,6 +75,8 @@ class Connection {
 /// sends nothing else, so that no read waits.
 [[nodiscard]] Reply serve(const std::vector<std::string>& texts);
 [[nodiscard]] Reply serve_bytes(std::string_view bytes);
+/// The same for a connection that is there.
+[[nodiscard]] Reply serve_on(const Connection& connection, const std::vector<std::string>& texts);
 
 /// Runs `task` in a process of its own, on a copy of everything, and hands over its text.
 class Detached {
@@ -107,6 +118,9 @@ class RequestTest : public ::testing::Test {
   static void load(std::string_view outline);
   static void load_xml(std::string_view text);
   static void release_tree();
+
+  /// Lets other users into the sandbox and gives the stranger a folder there: its path.
+  [[nodiscard]] static std::string folder_of_stranger();
 
   /// A path in the sandbox.
   [[nodiscard]] static std::string sandbox(const std::string& path);

@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <functional>
+#include <grp.h>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -435,6 +436,58 @@ TEST_F(Server, AListenerThatIsTheServerItselfIsRefusedAndNeverSignalled) {
   EXPECT_EQ(ask({"0", kSummary, "changed"}), (Texts{"0"}));
   EXPECT_EQ(ask({"2", kSummary}), (Texts{"changed", "0"}));
   EXPECT_EQ(test::read_file(file), "");
+}
+
+// --- A client of another user ---
+
+/// In a process of its own: gives up root for good.
+void become_stranger() {
+  if (setgroups(0, nullptr) != 0 || setgid(test::kStranger) != 0 || setuid(test::kStranger) != 0)
+    throw std::runtime_error("still root");
+}
+
+TEST_F(Server, AClientOfTheSocketsGroupIsNotRoot) {
+  if (const char* reason = test::no_strangers()) GTEST_SKIP() << reason;
+  const std::string folder = folder_of_stranger();
+  const std::string roots = sandbox("/tmp/roots");
+  test::write_file(roots, "kept");
+  ServerProcess server;
+  const std::string victim = std::to_string(server.pid());
+  std::filesystem::create_directory_symlink("/proc/" + victim, sandbox("/proc/" + victim));
+  ASSERT_EQ(chown(socket_path.c_str(), 0, test::kStranger), 0);
+  test::Detached client{[&] {
+    become_stranger();
+    return ask({"29", roots}).at(0) + " " + ask({"30", roots}).at(0) + " " +
+           ask({"33", "1", "9", roots}).at(0) + " " + ask({"29", folder + "/own"}).at(0);
+  }};
+  EXPECT_EQ(client.text(), "-100 -100 -100 0");
+  EXPECT_EQ(test::read_file(roots), "kept");
+  EXPECT_EQ(server.stop(), 0);
+}
+
+TEST_F(Server, AClientOfTheSocketsGroupRegistersItself) {
+  if (const char* reason = test::no_strangers()) GTEST_SKIP() << reason;
+  const std::string folder = folder_of_stranger();
+  ServerProcess server;
+  ASSERT_EQ(chown(socket_path.c_str(), 0, test::kStranger), 0);
+  ASSERT_EQ(chmod(sandbox("/proc").c_str(), 0777), 0);
+  test::Detached client{[&] {
+    become_stranger();
+    const std::string self = std::to_string(getpid());
+    std::filesystem::create_directory_symlink("/proc/" + self, sandbox("/proc/" + self));
+    sigset_t set;
+    sigemptyset(&set);
+    sigaddset(&set, SIGUSR1);
+    sigprocmask(SIG_BLOCK, &set, nullptr);
+    std::string heard = ask({"33", self, std::to_string(SIGUSR1), folder + "/changes"}).at(0);
+    heard += " " + ask({"0", kSummary, "changed"}).at(0);
+    constexpr timespec kPatience{10, 0};
+    if (sigtimedwait(&set, nullptr, &kPatience) == SIGUSR1)
+      heard += " " + test::read_file(folder + "/changes");
+    return heard;
+  }};
+  EXPECT_EQ(client.text(), "0 0 InternetGatewayDevice.Summary,None\n");
+  EXPECT_EQ(server.stop(), 0);
 }
 
 // --- No descriptor left ---

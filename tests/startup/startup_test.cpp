@@ -14,6 +14,7 @@
 #include <gtest/gtest.h>
 
 #include "core/paths.h"
+#include "rpc/peer.h"
 #include "storage/settings_block.h"
 #include "tests/support/capture.h"
 #include "tests/support/failing_heap.h"
@@ -463,6 +464,19 @@ TEST(Termination, RemovesTheSocketAndEndsWithOne) {
   EXPECT_EXIT(CM_CORE_Terminate(SIGTERM), testing::ExitedWithCode(1), "");
   EXPECT_FALSE(test::file_exists(paths().socket));
   EXPECT_TRUE(test::file_exists(paths().temporary_output));
+}
+
+TEST(Termination, RemovesTheSocketAlsoFromWorkWithTheRightsOfAClient) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root can take on another user";
+  test::clear_sandbox();
+  write_file(paths().socket, "");
+  const auto terminate_in_the_middle = [] {
+    const ActingFor client{
+        {.is_known = true, .user = 65534, .group = 65534, .groups = {}, .group_count = 0}};
+    if (client && unlink(paths().socket) != 0) CM_CORE_Terminate(SIGTERM);
+  };
+  EXPECT_EXIT(terminate_in_the_middle(), testing::ExitedWithCode(1), "");
+  EXPECT_FALSE(test::file_exists(paths().socket));
 }
 
 TEST(Termination, NeedsNoSocket) {
