@@ -17,6 +17,9 @@ Registration* notify_reg = nullptr;
 
 namespace {
 
+/// A listener that starts anew finds what it missed, up to this many bytes of lines.
+constexpr long kKeptForTheGone = 256 * 1024;
+
 std::int32_t serving_process = 0;
 
 [[nodiscard]] bool is_complete(const Registration& registration) {
@@ -46,6 +49,13 @@ void lock_file(int fd) {
   const std::int64_t end = milliseconds() + kReadSeconds * 1000;
   while (lockf(fd, F_TLOCK, 0) != 0 && (errno == EACCES || errno == EAGAIN) && milliseconds() < end)
     nanosleep(&kPause, nullptr);
+}
+
+/// Sends the signal to the listener. False when it is gone: there is no such process, or none of
+/// the registrant's.
+bool signal_listener(const Registration& registration) {
+  if (!registration.registrant.owns(registration.process)) return false;
+  return kill(registration.process, registration.signal) == 0 || errno != ESRCH;
 }
 
 }  // namespace
@@ -78,15 +88,16 @@ Status CM_RPC_TR069_Notification_Check(const Parameter* param, char* buf, std::i
     std::snprintf(path, sizeof path, "Get Parameter URI fail");
   std::snprintf(buf, static_cast<std::size_t>(size), "%s,%s\n", path, change_word(*param));
   const ActingFor registrant{notify_reg->registrant};
+  bool is_full = false;
   {
     const FilePtr file{registrant ? open_regular(notify_reg->file.get(), "a+") : nullptr};
     if (!file) return CM_INVALID;
     lock_file(fileno(file.get()));
     std::fputs(buf, file.get());
+    is_full = CM_UTL_GetFileSize(file.get()) > kKeptForTheGone;
   }
   // Closing released the lock, so the listener finds the whole line.
-  if (notify_reg->registrant.owns(notify_reg->process))
-    kill(notify_reg->process, notify_reg->signal);
+  if (!signal_listener(*notify_reg) && is_full) *notify_reg = {};
   return CM_OK;
 }
 

@@ -34,7 +34,8 @@ Status start_notification_file(Registration* registration, const char* path);
 /// Tells the listener that the value of `param` was changed: appends a line to its file, under the
 /// lock that the two share, and sends its signal, unless the process is the registrant's no longer.
 /// A lock that is held for longer than kReadSeconds is passed over. `buf`, of `size` bytes, is
-/// overwritten by the line, which is cut to it. CM_INVALID, and nothing told: an argument is
+/// overwritten by the line, which is cut to it. When there is no process to signal and the file has
+/// passed 256 KiB, the registration is cleared. CM_INVALID, and nothing told: an argument is
 /// missing, nobody is registered, or the file cannot be opened with the registrant's rights; the
 /// registration stays.
 Status CM_RPC_TR069_Notification_Check(const Parameter* param, char* buf, std::int32_t size);

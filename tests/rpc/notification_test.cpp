@@ -268,17 +268,53 @@ TEST_F(Notification, AFifoIsNoFileToTellInto) {
   EXPECT_TRUE(take_signals().empty());
 }
 
-TEST_F(Notification, AListenerThatHasGoneOrASignalThatIsNoneHurtsNobody) {
+/// The number of a process that has ended.
+pid_t ended_process() {
   const pid_t gone = fork();
   if (gone == 0) _exit(0);
-  ASSERT_EQ(waitpid(gone, nullptr, 0), gone);
-  ASSERT_EQ(serve({"33", std::to_string(gone), "10", file}), (Reply{{}, 0}));
+  EXPECT_EQ(waitpid(gone, nullptr, 0), gone);
+  return gone;
+}
+
+TEST_F(Notification, AListenerThatHasGoneOrASignalThatIsNoneHurtsNobody) {
+  ASSERT_EQ(serve({"33", std::to_string(ended_process()), "10", file}), (Reply{{}, 0}));
   EXPECT_EQ(set_value("Plain", "b"), (Reply{{}, 0}));
   EXPECT_EQ(read_file(file), "InternetGatewayDevice.Plain,None\n");
   for (const char* signal : {"-1", "65", "9999"}) {
     ASSERT_EQ(serve({"33", std::to_string(getpid()), signal, file}), (Reply{{}, 0}));
     EXPECT_EQ(set_value("Plain", signal), (Reply{{}, 0}));
     EXPECT_EQ(read_file(file), "InternetGatewayDevice.Plain,None\n");
+  }
+}
+
+// --- A listener that has gone ---
+
+const std::string kPlainLine = "InternetGatewayDevice.Plain,None\n";
+
+TEST_F(Notification, AListenerThatHasGoneIsWrittenToUntilItsFileIsFull) {
+  ASSERT_EQ(serve({"33", std::to_string(ended_process()), "10", file}), (Reply{{}, 0}));
+  const std::string most(262'144 - kPlainLine.size(), 'x');
+  write_file(file, most);
+  EXPECT_EQ(set_value("Plain", "b"), (Reply{{}, 0}));
+  EXPECT_EQ(set_value("Plain", "c"), (Reply{{}, 0}));
+  EXPECT_TRUE(read_file(file) == most + kPlainLine + kPlainLine);
+  // That passed the bound: it is over, though the file has room again.
+  write_file(file, "");
+  EXPECT_EQ(set_value("Plain", "d"), (Reply{{}, 0}));
+  EXPECT_EQ(read_file(file), "");
+  listen();
+  EXPECT_EQ(set_value("Plain", "e"), (Reply{{}, 0}));
+  EXPECT_EQ(read_file(file), kPlainLine);
+}
+
+TEST_F(Notification, AListenerThatIsThereIsWrittenToWithoutABound) {
+  // A signal that is none finds the process all the same.
+  for (const int signal : {SIGUSR1, 9999}) {
+    listen(signal);
+    write_file(file, std::string(300'000, 'x'));
+    EXPECT_EQ(set_value("Plain", "b"), (Reply{{}, 0}));
+    EXPECT_EQ(set_value("Plain", "a"), (Reply{{}, 0}));
+    EXPECT_EQ(read_file(file).size(), 300'000 + 2 * kPlainLine.size());
   }
 }
 
@@ -367,6 +403,18 @@ TEST_F(StrangersNotification, AProcessThatIsAnothersByNowGetsNoSignal) {
   EXPECT_TRUE(take_signals().empty());
   show_owner(test::kStranger);
   EXPECT_EQ(set_value("Plain", "c"), (Reply{{}, 0}));
+  EXPECT_EQ(take_signals(), (std::map<int, int>{{SIGUSR1, 1}}));
+}
+
+TEST_F(StrangersNotification, AProcessThatIsAnothersByNowHasGone) {
+  const std::string changes = folder + "/changes";
+  ASSERT_EQ(register_stranger(changes), (Reply{{}, 0}));
+  write_file(changes, std::string(300'000, 'x'));
+  EXPECT_EQ(set_value("Plain", "b"), (Reply{{}, 0}));
+  show_owner(0);
+  EXPECT_EQ(set_value("Plain", "c"), (Reply{{}, 0}));
+  EXPECT_EQ(set_value("Plain", "d"), (Reply{{}, 0}));
+  EXPECT_EQ(read_file(changes).size(), 300'000 + 2 * kPlainLine.size());
   EXPECT_EQ(take_signals(), (std::map<int, int>{{SIGUSR1, 1}}));
 }
 
