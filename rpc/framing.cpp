@@ -8,13 +8,20 @@
 #include <sys/uio.h>
 #include <unistd.h>
 
+#include "rpc/request_time.h"
+
 namespace gwconf {
 namespace {
 
 /// Waits until `fd` is ready for `events` (the end of the stream and errors are readiness too).
+/// CM_UNREADABLE, and the connection is shut down, when the request's time is over.
 Status wait_ready(int fd, short events) {
   pollfd waiting{.fd = fd, .events = events, .revents = 0};
-  const int ready = poll(&waiting, 1, kReadSeconds * 1000);
+  const int ready = poll(&waiting, 1, next_wait());
+  if (ready == 0 && next_wait() == 0) {
+    shutdown(fd, SHUT_RDWR);
+    return CM_UNREADABLE;
+  }
   if (ready == 0) return CM_TIMED_OUT;
   return ready < 0 || (waiting.revents & POLLNVAL) != 0 ? CM_NOT_READY : CM_OK;
 }
@@ -36,11 +43,12 @@ Status read_once(int fd, void* destination, std::size_t size, ssize_t* got) {
 Received receive_message(int fd, char* buf) {
   std::int32_t length = 0;
   ssize_t got = 0;
-  if (const Status status = read_once(fd, &length, sizeof length, &got))
-    return {.readiness = status, .length = 0};
+  const Status status = read_once(fd, &length, sizeof length, &got);
+  if (status == CM_UNREADABLE) return {};
+  if (status != CM_OK) return {.readiness = status, .length = 0};
   if (got == 0 || length < 1 || length > kMessageMax) return {};
   // Whatever came of the body counts; a client that sends it in pieces is cut short.
-  ignore(read_once(fd, buf, static_cast<std::size_t>(length), &got));
+  if (read_once(fd, buf, static_cast<std::size_t>(length), &got) == CM_UNREADABLE) return {};
   buf[kMessageMax - 1] = '\0';
   return {.readiness = CM_OK, .length = length};
 }

@@ -8,7 +8,7 @@
 #include <unistd.h>
 
 #include "core/path.h"
-#include "rpc/protocol.h"
+#include "rpc/request_time.h"
 #include "storage/file.h"
 
 namespace gwconf {
@@ -35,18 +35,12 @@ const char* change_word(const Parameter& param) {
   return has(param, kActiveNotification) ? "Active" : "None";
 }
 
-std::int64_t milliseconds() {
-  timespec now{};
-  clock_gettime(CLOCK_MONOTONIC, &now);
-  return std::int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1'000'000;
-}
-
 /// Takes the lock on the whole file, waiting for a reader that holds it as long as for any other
 /// peer. One that holds it for longer has stalled, and must not stop the service; the line is
 /// appended all the same, as it is where a file cannot be locked.
 void lock_file(int fd) {
   constexpr timespec kPause{.tv_sec = 0, .tv_nsec = 1'000'000};
-  const std::int64_t end = milliseconds() + kReadSeconds * 1000;
+  const std::int64_t end = milliseconds() + next_wait();
   while (lockf(fd, F_TLOCK, 0) != 0 && (errno == EACCES || errno == EAGAIN) && milliseconds() < end)
     nanosleep(&kPause, nullptr);
 }

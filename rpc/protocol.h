@@ -12,6 +12,9 @@ inline constexpr std::int32_t kMessageMax = 32769;
 /// Seconds that the daemon waits for a peer that neither sends nor takes anything.
 inline constexpr int kReadSeconds = 5;
 
+/// Seconds that a request may take with all its waits; the daemon then closes the connection.
+inline constexpr int kRequestSeconds = 30;
+
 inline constexpr int kCommandCount = 34;
 
 /// Command numbers. 23 to 27 reach the handlers of 0 to 4 a second time; 28 has none.

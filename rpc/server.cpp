@@ -20,6 +20,7 @@
 #include "rpc/instance_commands.h"
 #include "rpc/notification.h"
 #include "rpc/request.h"
+#include "rpc/request_time.h"
 
 namespace gwconf {
 
@@ -156,6 +157,7 @@ void Server::serve() {
 }  // namespace
 
 Status CM_RPC_RPOCESS(int fd) {
+  start_request_time();
   char buf[kMessageMax] = {};
   if (!read_argument(fd, buf)) return CM_UNREADABLE;
   const std::int32_t number = to_number(buf);

@@ -16,8 +16,9 @@ extern std::uint32_t CM_AttrType;
 /// then. CM_NO_SERVER, and no socket left behind, when the socket cannot be bound or listened on.
 [[nodiscard]] int CM_RPC_ServerStart();
 
-/// Reads and serves one request of a connection and returns the handler's result. CM_UNREADABLE
-/// without a command; CM_INVALID for a number without a handler.
+/// Reads and serves one request of a connection and returns the handler's result. Starts the
+/// request's time, which goes on to the message of the result. CM_UNREADABLE without a command;
+/// CM_INVALID for a number without a handler.
 Status CM_RPC_RPOCESS(int fd);
 
 }  // namespace gwconf

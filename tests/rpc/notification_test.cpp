@@ -18,8 +18,10 @@
 
 #include "core/paths.h"
 #include "rpc/protocol.h"
+#include "rpc/request_time.h"
 #include "tests/rpc/request_fixture.h"
 #include "tests/rpc/server_process.h"
+#include "tests/rpc/simulated_time.h"
 #include "tests/support/sandbox.h"
 #include "tests/support/tree_builder.h"
 
@@ -531,9 +533,22 @@ TEST_F(Notification, TheLineWaitsForAListenerThatReads) {
 TEST_F(Notification, AListenerThatHoldsOnDoesNotStopTheService) {
   listen();
   const Holder holder{file, std::chrono::seconds{60}};
-  const double seconds = seconds_of([] { ASSERT_EQ(set_value("Plain", "b"), (Reply{{}, 0})); });
-  EXPECT_GE(seconds, 4.9);
-  EXPECT_LT(seconds, 8);
+  const test::SimulatedTime time;
+  EXPECT_EQ(set_value("Plain", "b"), (Reply{{}, 0}));
+  EXPECT_EQ(time.passed(), 5000);
+  EXPECT_EQ(read_file(file), "InternetGatewayDevice.Plain,None\n");
+}
+
+TEST_F(Notification, TheWaitForTheLockBelongsToTheTimeOfTheRequest) {
+  listen();
+  const Holder holder{file, std::chrono::seconds{60}};
+  test::SimulatedTime time;
+  start_request_time();
+  time.advance(29'900);
+  char buf[kMessageMax];
+  EXPECT_EQ(CM_RPC_TR069_Notification_Check(parameter_at(kRoot + "Plain"), buf, kMessageMax),
+            CM_OK);
+  EXPECT_EQ(time.passed(), 30'000);
   EXPECT_EQ(read_file(file), "InternetGatewayDevice.Plain,None\n");
 }
 
