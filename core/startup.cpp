@@ -10,6 +10,7 @@
 #include "core/paths.h"
 #include "core/tree.h"
 #include "rpc/peer.h"
+#include "rpc/server.h"
 #include "xml/loader.h"
 #include "xml/merge.h"
 
@@ -63,7 +64,7 @@ int start_up(const char* argument) {
 
 void CM_CORE_Terminate(int /*signal*/) {
   resume_own_user();  // the rights of a client whose file is open may not remove the socket
-  unlink(paths().socket);
+  remove_own_socket();
   _exit(1);
 }
 

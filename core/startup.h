@@ -9,9 +9,9 @@ namespace gwconf {
 /// loaded.
 [[nodiscard]] int start_up(const char* argument);
 
-/// The handler of the termination signals: removes the request socket and ends the process with
-/// status 1. Nothing is saved; it may interrupt anything, so it calls nothing but what a signal
-/// handler may.
+/// The handler of the termination signals: removes the request socket, if it is this process's, and
+/// ends the process with status 1. Nothing is saved; it may interrupt anything, so it calls nothing
+/// but what a signal handler may.
 void CM_CORE_Terminate(int signal);
 
 /// Installs CM_CORE_Terminate for SIGTERM, SIGHUP, SIGINT and SIGQUIT.

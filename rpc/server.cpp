@@ -32,6 +32,24 @@ namespace {
 
 constexpr int kBacklog = 16;
 
+/// The file of a bound socket. While the socket is open, no other file gets the same number.
+struct SocketFile {
+  dev_t device = 0;
+  ino_t inode = 0;
+
+  bool operator==(const SocketFile&) const = default;
+};
+
+/// What lies at the socket's path: the default when that is nothing.
+SocketFile file_at_socket_path() {
+  struct stat file;
+  if (lstat(paths().socket, &file) != 0) return {};
+  return {.device = file.st_dev, .inode = file.st_ino};
+}
+
+/// The default when no socket is bound.
+SocketFile own_socket;
+
 /// Whether the next request finds the descriptors that it may need: its connection's, the log's,
 /// and two for files.
 bool descriptors_left() {
@@ -99,8 +117,9 @@ class Server {
   Server(const Server&) = delete;
   Server& operator=(const Server&) = delete;
   ~Server() {
+    remove_own_socket();  // while the socket is open, see SocketFile
+    own_socket = {};
     if (listener_ >= 0) close(listener_);
-    unlink(paths().socket);
   }
 
   [[nodiscard]] bool listen_on(const char* path);
@@ -124,6 +143,7 @@ bool Server::listen_on(const char* path) {
   const bool bound =
       bind(listener_, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
   umask(others);
+  if (bound) own_socket = file_at_socket_path();
   return bound && listen(listener_, kBacklog) == 0;
 }
 
@@ -164,6 +184,10 @@ Status CM_RPC_RPOCESS(int fd) {
   if (number < 0 || number >= kCommandCount) return CM_INVALID;
   const Handler handler = CM_RPC_PROCESS_FUNCTABLE[static_cast<std::size_t>(number)];
   return handler ? handler(fd, buf) : CM_INVALID;
+}
+
+void remove_own_socket() {
+  if (own_socket != SocketFile{} && file_at_socket_path() == own_socket) unlink(paths().socket);
 }
 
 int CM_RPC_ServerStart() {

@@ -23,9 +23,11 @@
 #include <gtest/gtest.h>
 
 #include "core/paths.h"
+#include "core/startup.h"
 #include "platform/recall.h"
 #include "rpc/commands.h"
 #include "rpc/instance_commands.h"
+#include "rpc/peer.h"
 #include "rpc/request.h"
 #include "tests/rpc/request_fixture.h"
 #include "tests/rpc/server_process.h"
@@ -38,6 +40,9 @@ namespace {
 
 bool listen_fails = false;
 
+/// Runs where the socket is bound and nobody can connect yet.
+std::function<void()> at_listen;
+
 }  // namespace
 
 extern "C" {
@@ -46,6 +51,7 @@ int __real_listen(int fd, int backlog);
 
 /// Stands in for the C library's, by the linker.
 int __wrap_listen(int fd, int backlog) {
+  if (at_listen) at_listen();
   return listen_fails ? -1 : __real_listen(fd, backlog);
 }
 
@@ -138,6 +144,85 @@ TEST_F(Server, WithoutListeningItDoesNotStartAndLeavesNoSocket) {
   listen_fails = true;
   EXPECT_EQ(CM_RPC_ServerStart(), 11);
   listen_fails = false;
+  EXPECT_FALSE(test::file_exists(socket_path));
+}
+
+// --- Whose the socket is ---
+
+TEST_F(Server, AStopLeavesTheSocketOfALaterServiceAlone) {
+  ServerProcess older;
+  const Client last;  // is served by the older one, which waits for its request
+  std::filesystem::remove(socket_path);
+  ServerProcess newer;
+  last.send_request({"28"});
+  EXPECT_EQ(older.wait(), 0);
+  EXPECT_EQ(ask({"2", kSummary}), (Texts{"gateway", "0"}));
+  EXPECT_EQ(newer.stop(), 0);
+  EXPECT_FALSE(test::file_exists(socket_path));
+}
+
+TEST_F(Server, AFailedStartLeavesTheSocketOfALaterServiceAlone) {
+  listen_fails = true;
+  at_listen = [this] {
+    std::filesystem::remove(socket_path);
+    test::write_file(socket_path, "another's");
+  };
+  EXPECT_EQ(CM_RPC_ServerStart(), 11);
+  at_listen = {};
+  listen_fails = false;
+  EXPECT_EQ(test::read_file(socket_path), "another's");
+}
+
+TEST_F(Server, BehindItsEndNoSocketIsItsOwn) {
+  listen_fails = true;
+  EXPECT_EQ(CM_RPC_ServerStart(), 11);
+  listen_fails = false;
+  test::write_file(socket_path, "another's");  // may have the file number of the one before
+  remove_own_socket();
+  EXPECT_EQ(test::read_file(socket_path), "another's");
+}
+
+/// Starts the service and has it terminated as soon as it is bound.
+[[noreturn]] void terminate_at_listen(const std::function<void()>& before) {
+  at_listen = [&] {
+    before();
+    CM_CORE_Terminate(SIGTERM);
+  };
+  _exit(CM_RPC_ServerStart());
+}
+
+TEST_F(Server, TerminationRemovesTheSocket) {
+  EXPECT_EXIT(terminate_at_listen([] {}), testing::ExitedWithCode(1), "");
+  EXPECT_FALSE(test::file_exists(socket_path));
+}
+
+TEST_F(Server, TerminationLeavesTheSocketOfALaterServiceAlone) {
+  const auto take_over = [this] {
+    std::filesystem::remove(socket_path);
+    test::write_file(socket_path, "another's");
+  };
+  EXPECT_EXIT(terminate_at_listen(take_over), testing::ExitedWithCode(1), "");
+  EXPECT_EQ(test::read_file(socket_path), "another's");
+}
+
+TEST_F(Server, TerminationNeedsNoSocket) {
+  EXPECT_EXIT(terminate_at_listen([this] { std::filesystem::remove(socket_path); }),
+              testing::ExitedWithCode(1), "");
+}
+
+TEST_F(Server, TerminationDoesNotActForAClientAnyMore) {
+  if (const char* reason = test::no_strangers()) GTEST_SKIP() << reason;
+  static_cast<void>(folder_of_stranger());
+  const Peer stranger{.is_known = true,
+                      .user = test::kStranger,
+                      .group = test::kStranger,
+                      .groups = {},
+                      .group_count = 0};
+  EXPECT_EXIT(terminate_at_listen([&] {
+                new ActingFor{stranger};
+                if (unlink(socket_path.c_str()) == 0) _exit(2);
+              }),
+              testing::ExitedWithCode(1), "");
   EXPECT_FALSE(test::file_exists(socket_path));
 }
 

@@ -25,6 +25,9 @@ class DaemonProcess {
   /// Waits until it answers requests. False when it ended instead.
   [[nodiscard]] bool serves();
 
+  /// Whether it has not ended by now.
+  [[nodiscard]] bool is_running() { return !ended(); }
+
   void send(int signal) const;
 
   static constexpr int kKilled = -9;

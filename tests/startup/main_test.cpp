@@ -9,6 +9,7 @@
 #include <string>
 #include <sys/resource.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <thread>
 #include <unistd.h>
@@ -81,6 +82,30 @@ TEST_P(DaemonSignals, RemoveTheSocketEndWithOneAndSaveNothing) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, DaemonSignals, testing::Values(SIGTERM, SIGHUP, SIGINT, SIGQUIT));
+
+/// The number of the socket's file, 0 without one.
+ino_t socket_file() {
+  struct stat file {};
+  return stat(paths().socket, &file) == 0 ? file.st_ino : 0;
+}
+
+TEST_F(Daemon, LeavesTheSocketOfALaterDaemonAlone) {
+  DaemonProcess older;
+  ASSERT_TRUE(older.serves());
+  const ino_t before = socket_file();
+  DaemonProcess newer;
+  // The older one answers until the newer one has taken its place.
+  while (socket_file() == before || socket_file() == 0)
+    ASSERT_TRUE(newer.is_running());
+  ASSERT_TRUE(newer.serves());
+  EXPECT_EQ(client.set_value(kName, "newer"), 0);
+  older.send(SIGTERM);
+  EXPECT_EQ(older.wait(), 1);
+  EXPECT_EQ(name(), "newer");
+  newer.send(SIGTERM);
+  EXPECT_EQ(newer.wait(), 1);
+  EXPECT_FALSE(file_exists(paths().socket));
+}
 
 TEST_F(Daemon, EndsInTheMiddleOfARequest) {
   DaemonProcess daemon;
