@@ -7,15 +7,16 @@
 
 #include "client/buffer.h"
 #include "client/exchange.h"
-#include "core/status.h"
-#include "rpc/protocol.h"
+#include "protocol/attributes.h"
+#include "protocol/commands.h"
+#include "protocol/limits.h"
+#include "protocol/status.h"
+#include "protocol/value_types.h"
 
 using namespace gwconf;
 using client::Owned;
 
 namespace {
-
-constexpr const char* kSystemSocket = "/tmp/Vantrel_cm_socket";
 
 constexpr bool same(std::int32_t ours, std::int32_t daemons) {
   return ours == daemons;
@@ -25,6 +26,21 @@ static_assert(same(GWCONF_OK, CM_OK) && same(GWCONF_UNCHANGED, CM_UNCHANGED) &&
               same(GWCONF_NO_MEMORY, CM_NO_MEMORY) && same(GWCONF_EXISTS, CM_EXISTS) &&
               same(GWCONF_REFUSED, CM_REFUSED) && same(GWCONF_CUT_FAILURE, CM_CUT_FAILURE) &&
               same(GWCONF_INVALID, CM_INVALID));
+static_assert(same(GWCONF_ATTRIBUTE_WRITABLE, kWritable) &&
+              same(GWCONF_ATTRIBUTE_DISABLED, kDisabled) &&
+              same(GWCONF_ATTRIBUTE_USER_SET, kUserSet) &&
+              same(GWCONF_ATTRIBUTE_USER_SET_BELOW, kUserSetBelow) &&
+              same(GWCONF_ATTRIBUTE_NOTIFY_OFF, kNotificationOff) &&
+              same(GWCONF_ATTRIBUTE_NOTIFY_PASSIVE, kPassiveNotification) &&
+              same(GWCONF_ATTRIBUTE_NOTIFY_ACTIVE, kActiveNotification));
+static_assert(same(GWCONF_TYPE_STRING, kString) && same(GWCONF_TYPE_INT, kInt) &&
+              same(GWCONF_TYPE_UNSIGNED_INT, kUnsignedInt) && same(GWCONF_TYPE_BOOLEAN, kBoolean) &&
+              same(GWCONF_TYPE_DATE_TIME, kDateTime) && same(GWCONF_TYPE_BASE64, kBase64) &&
+              same(GWCONF_TYPE_ENUMERATION, kEnumeration) &&
+              same(GWCONF_TYPE_IP_ADDRESS, kIpAddress) && same(GWCONF_TYPE_NETMASK, kNetmask) &&
+              same(GWCONF_TYPE_MAC_ADDRESS, kMacAddress) &&
+              same(GWCONF_TYPE_UNKNOWN, kUnknownType));
+static_assert(same(GWCONF_TEXT_MAX, kMessageMax));
 
 /// A number as the argument text that it travels as.
 class Decimal {
@@ -112,7 +128,7 @@ int gwconf_open(const char* socket_path, gwconf_client** client) {
   *client = nullptr;
   if (!socket_path) {
     socket_path = std::getenv("GWCONF_SOCKET");
-    if (!socket_path || *socket_path == '\0') socket_path = kSystemSocket;
+    if (!socket_path || *socket_path == '\0') socket_path = kSocketPath;
   }
   const std::size_t size = std::strlen(socket_path) + 1;
   if (size == 1 || size > sizeof gwconf_client::socket_path) return GWCONF_E_ARGUMENT;

@@ -10,7 +10,7 @@
 #include <sys/un.h>
 
 #include "gwconf/client.h"
-#include "rpc/protocol.h"
+#include "protocol/limits.h"
 
 namespace gwconf::client {
 namespace {

@@ -3,61 +3,10 @@
 #include <cstdio>
 
 #include "client/connection.h"
-#include "rpc/protocol.h"
+#include "protocol/commands.h"
 
 namespace gwconf::client {
 namespace {
-
-/// The messages that come before the result.
-enum class Shape {
-  kNothing,
-  kOne,
-  kUntilEmpty,  ///< up to an empty text, which is no answer itself
-  kUntilEnd,    ///< not known: the daemon hangs up behind the result
-};
-
-[[nodiscard]] Shape shape_of(std::int32_t command) {
-  switch (command) {
-    case kSetValue:
-    case kSetAttribute:
-    case kAddInstance:
-    case kAddVirtualInstance:
-    case kDeleteInstance:
-    case kDeleteNode:
-    case kInsertInstance:
-    case kInsertVirtualInstance:
-    case kRearrange:
-    case kCommit:
-    case kReset:
-    case kMove:
-    case kSetValueAgain:
-    case kSetAttributeAgain:
-    case kSaveFile:
-    case kRestoreFile:
-    case kRegisterListener:
-      return Shape::kNothing;
-    case kGetValue:
-    case kGetName:
-    case kGetAttributes:
-    case kGetType:
-    case kGetMax:
-    case kGetMin:
-    case kGetPath:
-    case kGetEnumeration:
-    case kCheckVirtual:
-    case kListInstances:
-    case kGetValueAgain:
-    case kGetNameAgain:
-    case kGetAttributesAgain:
-    case kExportNode:
-    case kExportParameter:
-      return Shape::kOne;
-    case kDumpShortNames:
-      return Shape::kUntilEmpty;
-    default:
-      return Shape::kUntilEnd;
-  }
-}
 
 [[nodiscard]] int receive_into(Connection& connection, gwconf_answers& answers) {
   const std::size_t begin = answers.texts.size();
@@ -65,17 +14,20 @@ enum class Shape {
   return answers.begins.append(&begin, sizeof begin) ? GWCONF_OK : GWCONF_E_MEMORY;
 }
 
-/// Every message of the answer, the result last.
-[[nodiscard]] int receive_all(Connection& connection, Shape shape, gwconf_answers& answers) {
-  if (shape == Shape::kUntilEnd) {
+/// Every message of the answer to `command`, the result last. Of a number that is no command only
+/// the end tells how many there are.
+[[nodiscard]] int receive_all(Connection& connection, std::int32_t command,
+                              gwconf_answers& answers) {
+  const CommandShape* shape = shape_of(command);
+  if (!shape) {
     int code = GWCONF_OK;
     while (code == GWCONF_OK)
       code = receive_into(connection, answers);
     return code == GWCONF_E_CLOSED && answers.count() > 0 ? GWCONF_OK : code;
   }
-  if (shape != Shape::kNothing)
+  if (shape->answer != Answer::kNothing)
     if (const int code = receive_into(connection, answers)) return code;
-  if (shape == Shape::kUntilEmpty) {
+  if (shape->answer == Answer::kUntilEmpty) {
     while (*answers.text(answers.count() - 1) != '\0')
       if (const int code = receive_into(connection, answers)) return code;
     answers.drop_last();
@@ -118,7 +70,7 @@ int exchange(const gwconf_client& client, std::int32_t command,
   Connection connection{client.timeout.load(std::memory_order_relaxed)};
   if (const int code = connection.open(client.socket_path)) return code;
   if (const int code = connection.send(request)) return code;
-  if (const int code = receive_all(connection, shape_of(command), answers)) return code;
+  if (const int code = receive_all(connection, command, answers)) return code;
 
   std::int32_t result = 0;
   if (!parse_number(answers.text(answers.count() - 1), &result) || is_ours(result))

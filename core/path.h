@@ -6,11 +6,12 @@
 #include <string_view>
 
 #include "core/tree.h"
+#include "protocol/limits.h"
 
 namespace gwconf {
 
-/// Room for the longest path and its NUL; the protocol's texts have the same bound.
-inline constexpr std::size_t kPathBufferSize = 32769;
+/// Room for the longest path and its NUL: a path travels as one message.
+inline constexpr std::size_t kPathBufferSize = kMessageMax;
 /// A path that grows in place within its bound. About 32 KiB: for the stack, one a function.
 class PathText {
  public:

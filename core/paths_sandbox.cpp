@@ -4,7 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "core/paths.h"
+#include "core/fixed_paths.h"
 
 namespace gwconf {
 namespace {
@@ -29,26 +29,12 @@ class Sandbox {
     }
     for (const char* folder : {"/etc", "/dev", "/tmp"})
       make_folder(folder);
-    paths_.defaults = below("/etc/default.xml");
-    paths_.socket = below("/tmp/Vantrel_cm_socket");
-    paths_.primary_partition = below("/dev/mtd9");
-    paths_.backup_partition = below("/dev/mtd10");
-    paths_.temporary_output = below("/tmp/ConfigOut.TMP");
-    paths_.last_block_text = below("/tmp/backup.xml");
-    paths_.device_info = below("/etc/device_info_cfg");
-    owns_machine_ = access(below("/proc"), F_OK) == 0;
-    paths_.proc = machine_file("/proc");
-    paths_.proc_net_dev = machine_file("/proc/net/dev");
-    paths_.proc_meminfo = machine_file("/proc/meminfo");
-    paths_.proc_uptime = machine_file("/proc/uptime");
-    paths_.proc_mtd = below("/proc/mtd");
-    paths_.sys = machine_file("/sys");
-    paths_.os_release = machine_file("/etc/os-release");
-    paths_.resolv_conf = machine_file("/etc/resolv.conf");
-    paths_.logs = machine_file("/var/log");
-    paths_.dhclient_leases = machine_file("/var/lib/dhcp");
-    paths_.dhcpcd_leases = machine_file("/var/lib/dhcpcd");
-    paths_.networkd_leases = machine_file("/run/systemd/netif/leases");
+    const bool owns_machine = access(below("/proc", texts_.data()), F_OK) == 0;
+    Text* text = texts_.data();
+    for (const FixedPath& path : kFixedPaths) {
+      const bool is_shared = path.is_machines && !owns_machine;
+      paths_.*path.member = is_shared ? path.text : below(path.text, text++);
+    }
   }
 
   [[nodiscard]] const Paths& paths() const { return paths_; }
@@ -62,21 +48,15 @@ class Sandbox {
     mkdir(path.data(), 0755);
   }
 
-  const char* below(const char* path) {
-    const Text root = root_;
-    Text& text = texts_[used_++];
-    std::snprintf(text.data(), text.size(), "%.*s%s", kRootMax, root.data(), path);
-    return text.data();
+  const char* below(const char* path, Text* text) const {
+    std::snprintf(text->data(), text->size(), "%.*s%s", kRootMax, root_.data(), path);
+    return text->data();
   }
-
-  const char* machine_file(const char* path) { return owns_machine_ ? below(path) : path; }
 
   static constexpr int kRootMax = 200;
 
   Text root_ = {};
-  std::array<Text, 24> texts_ = {};
-  std::size_t used_ = 0;
-  bool owns_machine_ = false;
+  std::array<Text, std::size(kFixedPaths)> texts_ = {};
   Paths paths_ = {};
 };
 

@@ -1,3 +1,5 @@
+
+#include "protocol/status.h"
 #pragma once
 
 // The segments of a path: names with a dot at their end, some of which are numbers of instances.
@@ -5,8 +7,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
-
-#include "core/status.h"
 
 namespace gwconf {
 

@@ -6,38 +6,14 @@
 
 #include "core/owned_text.h"
 #include "core/segment.h"
-#include "core/status.h"
+#include "protocol/attributes.h"
+#include "protocol/status.h"
+#include "protocol/value_types.h"
 
 namespace gwconf {
 
 struct GetterRow;
 struct Parameter;
-
-/// Bits of an attribute word. The numbers are part of the request protocol.
-enum AttributeBit : unsigned {
-  kWritable = 0,      ///< on an instance: a real one; clear: a virtual one
-  kDisabled = 1,      ///< treated as absent by reads, exports and moves
-  kUserSet = 3,       ///< set by a user, not by the defaults
-  kUserSetBelow = 4,  ///< objects: not user-set itself, but something below is
-  kNotificationOff = 5,
-  kPassiveNotification = 6,
-  kActiveNotification = 7,
-};
-
-/// Value types. 0 and 1 never come from a file.
-enum ValueType : std::uint8_t {
-  kString = 2,
-  kInt = 3,
-  kUnsignedInt = 4,
-  kBoolean = 5,
-  kDateTime = 6,
-  kBase64 = 7,
-  kEnumeration = 8,
-  kIpAddress = 9,
-  kNetmask = 10,
-  kMacAddress = 11,
-  kUnknownType = 12,
-};
 
 /// An object or a table instance. It owns its texts, its parameters, its children and, through
 /// `next`, its later siblings.

@@ -1,3 +1,5 @@
+
+#include "protocol/status.h"
 #pragma once
 
 // Reads and writes by path.
@@ -5,8 +7,6 @@
 #include <cstdint>
 #include <span>
 #include <string_view>
-
-#include "core/status.h"
 
 namespace gwconf {
 

@@ -5,9 +5,9 @@
 
 #include <cstdint>
 
-#include "core/status.h"
 #include "platform/services.h"
 #include "platform/text.h"
+#include "protocol/status.h"
 
 namespace gwconf {
 

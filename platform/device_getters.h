@@ -7,9 +7,9 @@
 #include <cstdint>
 #include <cstring>
 
-#include "core/status.h"
 #include "platform/services.h"
 #include "platform/text.h"
+#include "protocol/status.h"
 
 namespace gwconf {
 

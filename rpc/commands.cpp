@@ -1,5 +1,7 @@
 #include "rpc/commands.h"
 
+#include <algorithm>
+
 #include "rpc/attribute_commands.h"
 #include "rpc/configuration_commands.h"
 #include "rpc/export.h"
@@ -53,14 +55,11 @@ constexpr std::array kCommands = {
     CommandRow{kRegisterListener, CM_RPC_RPOCESS_TR069_Notification_Registration},
 };
 
-constexpr bool is_ascending() {
-  for (std::size_t i = 1; i < kCommands.size(); ++i)
-    if (kCommands[i].number <= kCommands[i - 1].number) return false;
-  return true;
-}
-
-static_assert(kCommands.size() == kCommandCount - 1, "every slot but 28 has a handler");
-static_assert(is_ascending() && kCommands.back().number == kCommandCount - 1);
+static_assert(kCommands.size() == kCommandShapes.size());
+static_assert(std::equal(kCommands.begin(), kCommands.end(), kCommandShapes.begin(),
+                         [](const CommandRow& row, const CommandShape& shape) {
+                           return row.number == shape.number;
+                         }));
 
 }  // namespace
 

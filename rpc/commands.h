@@ -1,9 +1,10 @@
+
+#include "protocol/commands.h"
+#include "protocol/limits.h"
+#include "protocol/status.h"
 #pragma once
 
 #include <array>
-
-#include "core/status.h"
-#include "rpc/protocol.h"
 
 namespace gwconf {
 

@@ -1,9 +1,9 @@
+
+#include "protocol/limits.h"
+#include "protocol/status.h"
 #pragma once
 
 #include <cstdint>
-
-#include "core/status.h"
-#include "rpc/protocol.h"
 
 namespace gwconf {
 

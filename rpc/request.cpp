@@ -5,8 +5,6 @@
 
 namespace gwconf {
 
-static_assert(kMessageMax == kPathBufferSize, "a path travels as one message");
-
 bool read_argument(int fd, char* buf) {
   return CM_RPC_SocketRead(fd, buf) != 0;
 }

@@ -4,7 +4,7 @@
 #include <limits>
 #include <time.h>
 
-#include "rpc/protocol.h"
+#include "protocol/limits.h"
 
 namespace gwconf {
 namespace {

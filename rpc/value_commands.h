@@ -1,6 +1,6 @@
-#pragma once
 
-#include "core/status.h"
+#include "protocol/status.h"
+#pragma once
 
 namespace gwconf {
 

@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "core/owned_text.h"
-#include "core/status.h"
+#include "protocol/status.h"
 
 namespace gwconf {
 

@@ -9,7 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "gwconf/client.hpp"
-#include "rpc/protocol.h"
+#include "protocol/commands.h"
 #include "tests/client/fake_daemon.h"
 
 namespace gwconf {

@@ -10,10 +10,10 @@
 #include <utility>
 
 #include "core/paths.h"
+#include "protocol/limits.h"
 #include "rpc/commands.h"
 #include "rpc/notification.h"
 #include "rpc/peer.h"
-#include "rpc/protocol.h"
 #include "rpc/server.h"
 #include "tests/support/failing_heap.h"
 #include "tests/support/sandbox.h"

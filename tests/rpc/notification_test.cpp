@@ -17,7 +17,7 @@
 #include <gtest/gtest.h>
 
 #include "core/paths.h"
-#include "rpc/protocol.h"
+#include "protocol/limits.h"
 #include "rpc/request_time.h"
 #include "tests/rpc/request_fixture.h"
 #include "tests/rpc/server_process.h"

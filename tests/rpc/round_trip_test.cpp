@@ -17,7 +17,7 @@
 #include "core/paths.h"
 #include "core/startup.h"
 #include "platform/services.h"
-#include "rpc/protocol.h"
+#include "protocol/limits.h"
 #include "tests/rpc/request_fixture.h"
 #include "tests/support/capture.h"
 #include "tests/support/sandbox.h"

@@ -8,7 +8,6 @@
 
 #include "core/short_name_index.h"
 #include "platform/getters.h"
-#include "rpc/protocol.h"
 #include "tests/rpc/request_fixture.h"
 #include "tests/support/failing_heap.h"
 #include "tests/support/sandbox.h"

@@ -1,4 +1,4 @@
-#include "core/status.h"
+#include "protocol/status.h"
 
 #include <set>
 #include <string>
