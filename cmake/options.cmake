@@ -10,6 +10,8 @@ target_compile_options(gwconf_warnings INTERFACE
 target_compile_definitions(gwconf_warnings INTERFACE _FILE_OFFSET_BITS=64)
 target_include_directories(gwconf_warnings INTERFACE ${PROJECT_SOURCE_DIR})
 
+include(cmake/hardening.cmake)
+
 add_library(gwconf_daemon_code INTERFACE)
 target_link_libraries(gwconf_daemon_code INTERFACE gwconf_warnings)
 target_compile_options(gwconf_daemon_code INTERFACE
@@ -20,6 +22,7 @@ function(gwconf_library name)
   cmake_parse_arguments(ARG "" "" "SOURCES;USES" ${ARGN})
   add_library(gwconf_${name} STATIC ${ARG_SOURCES})
   target_link_libraries(gwconf_${name} PRIVATE gwconf_daemon_code PUBLIC ${ARG_USES})
+  gwconf_harden(gwconf_${name})
   set_target_properties(gwconf_${name} PROPERTIES POSITION_INDEPENDENT_CODE ON)
 endfunction()
 
@@ -30,5 +33,6 @@ function(gwconf_executable name)
   cmake_parse_arguments(ARG "" "" "SOURCES;USES" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE gwconf_daemon_code ${ARG_USES})
+  gwconf_harden(${name})
   set_target_properties(${name} PROPERTIES LINKER_LANGUAGE C)
 endfunction()

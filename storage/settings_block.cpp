@@ -71,6 +71,12 @@ void keep_plain_copy(std::string_view text) {
   if (copy) std::fwrite(text.data(), 1, text.size(), copy.get());
 }
 
+/// The length is not looked at: what a short device does not hold stays zero, and the magic or the
+/// checksum tells.
+void read_unchecked(std::FILE* file, char* to, std::size_t size) {
+  [[maybe_unused]] const std::size_t length = std::fread(to, 1, size, file);
+}
+
 }  // namespace
 
 std::int32_t CM_UTL_compress(void* destination, std::int32_t capacity, const void* source,
@@ -96,10 +102,8 @@ std::int32_t CM_UTL_decompress(void* destination, std::int32_t capacity, const v
 OwnedText CM_UTL_GetMTDBlockSettings(const char* path) {
   const FilePtr partition = open_regular(path, "r");
   if (!partition) return {};
-  // Reads are not checked: what a short device does not hold stays zero, and the magic or the
-  // checksum tells.
   char header[block::kReservedAt] = {};
-  std::fread(header, 1, sizeof header, partition.get());
+  read_unchecked(partition.get(), header, sizeof header);
   if (load_be32(header + block::kMagicAt) != block::kMagic) return {};
   const std::uint32_t data_length = load_be32(header + block::kDataLengthAt);
   const std::uint32_t text_length = load_be32(header + block::kTextLengthAt);
@@ -109,7 +113,7 @@ OwnedText CM_UTL_GetMTDBlockSettings(const char* path) {
 
   const HeapBytes data = heap_zeroed(data_length + 1);
   if (!data || std::fseek(partition.get(), block::kDataAt, SEEK_SET) != 0) return {};
-  std::fread(data.get(), 1, data_length, partition.get());
+  read_unchecked(partition.get(), data.get(), data_length);
   if (crc32(data.get(), static_cast<std::int32_t>(data_length)) !=
       load_be32(header + block::kDataCrcAt))
     return {};
