@@ -17,9 +17,15 @@ STORAGE = ["storage/"] + PLATFORM
 XML = ["xml/"] + STORAGE
 RPC = ["rpc/"] + XML
 CLIENT = ["client/", "gwconf/"] + PROTOCOL
+# The rooms of gwctl: base <- live <- apply <- cli, and base <- offline <- cli.
+TOOLS_BASE = ["tools/base/", "client/", "gwconf/", "storage/file.h"]
+TOOLS_LIVE = ["tools/live/"] + TOOLS_BASE
+TOOLS_APPLY = ["tools/apply/", "core/path.h", "core/counter.h", "core/deleted_defaults.h"] + TOOLS_LIVE
 # The checks of files need to know which getters there are and how values are escaped.
-TOOLS = ["tools/", "client/", "gwconf/", "core/", "xml/", "storage/",
-         "platform/getters.h", "platform/services.h"]
+TOOLS_OFFLINE = ["tools/offline/", "core/", "xml/", "storage/",
+                 "platform/getters.h", "platform/services.h"] + TOOLS_BASE
+TOOLS_CLI = ["tools/cli/", "tools/offline/"] + TOOLS_APPLY
+TOOLS = ["tools/"]
 EVERYTHING = RPC + CLIENT + TOOLS + ["tests/", "bench/"]
 
 # What the files whose path starts so may include; the longest start counts.
@@ -33,7 +39,12 @@ ALLOWED = {
     "xml/": XML,
     "rpc/": RPC,
     "client/": CLIENT,
-    "tools/": TOOLS,
+    "tools/": [],
+    "tools/base/": TOOLS_BASE,
+    "tools/live/": TOOLS_LIVE,
+    "tools/apply/": TOOLS_APPLY,
+    "tools/offline/": TOOLS_OFFLINE,
+    "tools/cli/": TOOLS_CLI,
     "include/": ["gwconf/"],
     "tests/": EVERYTHING,
     "bench/": EVERYTHING,

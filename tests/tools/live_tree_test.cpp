@@ -1,4 +1,4 @@
-#include "tools/live_tree.h"
+#include "tools/base/live_tree.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

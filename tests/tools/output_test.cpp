@@ -1,4 +1,4 @@
-#include "tools/output.h"
+#include "tools/base/output.h"
 
 #include <cerrno>
 

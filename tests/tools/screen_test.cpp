@@ -1,4 +1,4 @@
-#include "tools/screen.h"
+#include "tools/base/screen.h"
 
 #include <gtest/gtest.h>
 

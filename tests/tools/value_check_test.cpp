@@ -1,4 +1,4 @@
-#include "tools/value_check.h"
+#include "tools/base/value_check.h"
 
 #include <climits>
 #include <string>

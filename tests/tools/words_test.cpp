@@ -1,4 +1,4 @@
-#include "tools/words.h"
+#include "tools/base/words.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -5,8 +5,8 @@
 #include <iostream>
 
 #include "storage/settings_block.h"
-#include "tools/failure.h"
-#include "tools/files.h"
+#include "tools/base/failure.h"
+#include "tools/base/files.h"
 #include "tools/offline/block_image.h"
 #include "tools/offline/source.h"
 #include "tools/offline/text.h"

@@ -6,7 +6,7 @@
 #include "storage/big_endian.h"
 #include "storage/crc32.h"
 #include "storage/settings_block.h"
-#include "tools/files.h"
+#include "tools/base/files.h"
 #include "tools/offline/source.h"
 #include "tools/offline/text.h"
 

@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <optional>
 
-#include "tools/failure.h"
+#include "tools/base/failure.h"
 #include "tools/offline/checked_file.h"
 #include "tools/offline/finding_printer.h"
 

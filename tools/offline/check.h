@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/session.h"
+#include "tools/base/session.h"
 
 namespace gwconf::tool {
 

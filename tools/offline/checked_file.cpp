@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "tools/files.h"
+#include "tools/base/files.h"
+#include "tools/base/screen.h"
 #include "tools/offline/check_elements.h"
 #include "tools/offline/check_standard.h"
 #include "tools/offline/check_tree.h"
 #include "tools/offline/text.h"
-#include "tools/screen.h"
 #include "xml/vocabulary.h"
 
 namespace gwconf::tool {

@@ -10,8 +10,8 @@
 #include <optional>
 
 #include "core/number.h"
-#include "tools/failure.h"
-#include "tools/files.h"
+#include "tools/base/failure.h"
+#include "tools/base/files.h"
 
 namespace gwconf::tool {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "tools/session.h"
+#include "tools/base/session.h"
 
 namespace gwconf::tool {
 

@@ -8,7 +8,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "tools/failure.h"
+#include "tools/base/failure.h"
 #include "tools/offline/block.h"
 #include "tools/offline/check.h"
 #include "tools/offline/model.h"

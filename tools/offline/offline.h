@@ -2,7 +2,7 @@
 
 #include <functional>
 
-#include "tools/session.h"
+#include "tools/base/session.h"
 
 namespace CLI {
 class App;

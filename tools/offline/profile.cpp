@@ -8,8 +8,8 @@
 
 #include "core/number.h"
 #include "gwconf/client.h"
-#include "tools/failure.h"
-#include "tools/files.h"
+#include "tools/base/failure.h"
+#include "tools/base/files.h"
 
 namespace gwconf::tool {
 namespace {

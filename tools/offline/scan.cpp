@@ -4,8 +4,8 @@
 
 #include "core/owned_text.h"
 #include "platform/services.h"
+#include "tools/base/screen.h"
 #include "tools/offline/text.h"
-#include "tools/screen.h"
 
 namespace gwconf::tool {
 namespace {

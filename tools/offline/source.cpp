@@ -4,8 +4,8 @@
 
 #include "storage/big_endian.h"
 #include "storage/settings_block.h"
-#include "tools/failure.h"
-#include "tools/files.h"
+#include "tools/base/failure.h"
+#include "tools/base/files.h"
 #include "tools/offline/block_image.h"
 #include "tools/offline/facts.h"
 #include "tools/offline/outline.h"

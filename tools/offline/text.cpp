@@ -4,8 +4,8 @@
 
 #include "core/path.h"
 #include "platform/services.h"
-#include "tools/hint.h"
-#include "tools/screen.h"
+#include "tools/base/hint.h"
+#include "tools/base/screen.h"
 
 namespace gwconf::tool {
 namespace {

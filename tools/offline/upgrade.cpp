@@ -9,10 +9,10 @@
 #include "core/deleted_defaults.h"
 #include "core/path.h"
 #include "platform/getters.h"
-#include "tools/failure.h"
+#include "tools/base/failure.h"
+#include "tools/base/value_check.h"
 #include "tools/offline/source.h"
 #include "tools/offline/text.h"
-#include "tools/value_check.h"
 #include "xml/merge.h"
 
 namespace gwconf::tool {

@@ -1,5 +1,0 @@
-#include "tools/command_line.h"
-
-int main(int argc, char** argv) {
-  return gwconf::tool::run(argc, argv);
-}
