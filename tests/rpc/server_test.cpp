@@ -29,6 +29,7 @@
 #include "rpc/instance_commands.h"
 #include "rpc/peer.h"
 #include "rpc/request.h"
+#include "rpc/request_time.h"
 #include "tests/rpc/request_fixture.h"
 #include "tests/rpc/server_process.h"
 #include "tests/rpc/simulated_time.h"
@@ -352,19 +353,17 @@ TEST_F(Server, ASilentClientIsServedAsCommandZeroWithoutAPath) {
   EXPECT_EQ(client.answers(), Texts{"2"});
 }
 
-test::SimulatedTime* service_time = nullptr;
-
 /// Reads an argument when the request's time is nearly over.
 Status read_late(int fd, char* buf) {
-  service_time->advance(29'999);
+  test::SimulatedTime time;
+  start_request_time();
+  time.advance(29'999);
   return read_argument(fd, buf) ? CM_OK : CM_UNREADABLE;
 }
 
 TEST_F(Server, AfterThirtySecondsTheConnectionIsClosed) {
-  ServerProcess server{[] {
-    service_time = new test::SimulatedTime;
-    test::system_log().on_open = [] { CM_RPC_PROCESS_FUNCTABLE[28] = read_late; };
-  }};
+  ServerProcess server{
+      [] { test::system_log().on_open = [] { CM_RPC_PROCESS_FUNCTABLE[28] = read_late; }; }};
   const std::size_t before = open_descriptors(server.pid());
   const Client client;
   client.send(message("28"));
