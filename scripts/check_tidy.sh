@@ -3,5 +3,5 @@
 set -euo pipefail
 build=$(realpath "$1")
 cd "$(dirname "$0")/.."
-find core platform storage xml rpc client -name '*.cpp' -print0 |
+find protocol core platform storage xml rpc daemon client -name '*.cpp' -print0 |
   xargs -0 -P "$(nproc)" -n 4 clang-tidy -p "$build" --quiet --extra-arg=-Wno-unknown-warning-option 2>/dev/null

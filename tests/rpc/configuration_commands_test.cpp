@@ -12,7 +12,7 @@
 #include <gtest/gtest.h>
 
 #include "core/paths.h"
-#include "core/startup.h"
+#include "daemon/startup.h"
 #include "storage/settings_block.h"
 #include "tests/rpc/request_fixture.h"
 #include "tests/storage/scripted_flash.h"

@@ -15,7 +15,7 @@
 #include "core/counter.h"
 #include "core/path.h"
 #include "core/paths.h"
-#include "core/startup.h"
+#include "daemon/startup.h"
 #include "platform/services.h"
 #include "protocol/limits.h"
 #include "tests/rpc/request_fixture.h"

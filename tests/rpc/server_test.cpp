@@ -23,7 +23,7 @@
 #include <gtest/gtest.h>
 
 #include "core/paths.h"
-#include "core/startup.h"
+#include "daemon/startup.h"
 #include "platform/recall.h"
 #include "rpc/commands.h"
 #include "rpc/instance_commands.h"

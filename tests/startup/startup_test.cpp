@@ -1,4 +1,4 @@
-#include "core/startup.h"
+#include "daemon/startup.h"
 
 #include <csignal>
 #include <cstdio>

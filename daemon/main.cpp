@@ -1,6 +1,6 @@
 #include <cstdio>
 
-#include "core/startup.h"
+#include "daemon/startup.h"
 #include "rpc/server.h"
 
 int main(int argc, char** argv) {

@@ -1,4 +1,4 @@
-#include "core/startup.h"
+#include "daemon/startup.h"
 
 #include <cstdio>
 #include <fcntl.h>
