@@ -11,8 +11,11 @@ extern "C" {
 #endif
 
 /// Writes `length` bytes from `buffer` at the start of the flash partition `path`, erasing as the
-/// flash needs. Returns a negative value on failure; the partition then holds whatever was written
-/// by then.
+/// flash needs. They are on the medium when it returns, and read() of the path gives them back: the
+/// daemon looks. A partition that holds the very bytes already need not be worn. Returns a negative
+/// value on failure, and tells the reason in errno where it knows one; the partition then holds
+/// whatever was written by then. It is called again at once when it failed, three times in all, and
+/// for the first 40 bytes alone when what a partition holds is to count no longer.
 int flash_write(const char* path, const void* buffer, int32_t length);
 
 /// Returns `text` between two `quote` characters, with a backslash before every `"` and `\` in it:

@@ -1,7 +1,9 @@
 #include "rpc/configuration_commands.h"
 
+#include <syslog.h>
 #include <utility>
 
+#include "core/log.h"
 #include "core/paths.h"
 #include "rpc/peer.h"
 #include "rpc/request.h"
@@ -22,14 +24,69 @@ void release(Node** root) {
   ignore(CM_UTL_FreeNode(std::exchange(*root, nullptr)));
 }
 
-/// Writes the live tree to both partitions, a good block last: wherever the power fails, one of the
-/// two is whole.
+// What a commit keeps, whenever the power fails and whatever a call answers:
+//
+// 1. A block is whole in memory, compressed and with its checksum, before the first byte of its
+//    partition changes. What cannot be rendered, compressed or fitted leaves the partition alone.
+// 2. The partitions are written one after the other, a good block last: the backup first while the
+//    primary holds a good block, otherwise the primary first. So one of the two is whole at any
+//    moment, with the old settings or the new.
+// 3. A write counts when the partition gives the very block back, and what fails is tried again
+//    (storage/settings_block.cpp). Only then the second partition is touched. When the first fails
+//    for good the second is written all the same: a partition that is worn out must not end all
+//    saving, though a power failure during that write then finds no other block.
+// 4. A start takes the primary, and the backup only when the primary holds no block. So beside a
+//    new backup the primary is new or no block at all: one that held a good block and cannot be
+//    written loses its header, which takes no more room than there is and a single erase block.
+//
+// Together: after an answer of 0 a start finds the new settings, whichever single call failed. When
+// the flash of both partitions fails for good the old settings stay, and the answer is 0 as well:
+// the log tells, not the result.
+
+/// What became of one partition.
+struct Half {
+  Status rendered = CM_INVALID;
+  Status stored = CM_INVALID;
+};
+
+Half write_half(const char* partition) {
+  Half half;
+  half.rendered = Status{CM_RAM2XML(partition, cml_root, &half.stored)};
+  return half;
+}
+
+/// One line is enough when neither text could be built: the reason is the same.
+void log_unrendered(const Half& primary, const Half& backup) {
+  const bool no_primary = primary.rendered != CM_OK;
+  const bool no_backup = backup.rendered != CM_OK;
+  if (no_primary && no_backup)
+    log_failed_rendering("flash");
+  else if (no_primary || no_backup)
+    log_failed_rendering(no_primary ? paths().primary_partition : paths().backup_partition);
+}
+
+/// Keeps the primary's old settings from coming back: the backup alone holds the new ones.
+void retire_primary() {
+  const bool retired = discard_settings_block(paths().primary_partition) == CM_OK;
+  if (log_keeps_up())
+    syslog(LOG_ERR, "%s %s", paths().primary_partition,
+           retired ? "was emptied of its older settings: the backup serves"
+                   : "keeps older settings: they come back at the next start");
+}
+
+/// Writes the live tree to both partitions. The second write tells.
 Status write_both_partitions() {
-  const char* first = paths().primary_partition;
-  const char* second = paths().backup_partition;
-  if (CM_UTL_GetMTDBlockSettings(paths().primary_partition)) std::swap(first, second);
-  static_cast<void>(CM_RAM2XML(first, cml_root));  // the second write tells
-  return Status{CM_RAM2XML(second, cml_root)};
+  Half primary;
+  Half backup;
+  const bool was_good = static_cast<bool>(CM_UTL_GetMTDBlockSettings(paths().primary_partition));
+  if (!was_good) primary = write_half(paths().primary_partition);
+  backup = write_half(paths().backup_partition);
+  if (was_good) primary = write_half(paths().primary_partition);
+  log_unrendered(primary, backup);
+  const Status result = was_good ? primary.rendered : backup.rendered;
+  if (result == CM_OK && was_good && primary.stored != CM_OK && backup.stored == CM_OK)
+    retire_primary();
+  return result;
 }
 
 /// Whether a client's file can be read and is short enough.
@@ -78,7 +135,10 @@ Status CM_RPC_RPOCESS_Reset2Default(int /*fd*/, char* /*buf*/) {
 Status CM_RPC_RPOCESS_SaveCfg(int fd, char* buf) {
   if (!read_argument(fd, buf)) return CM_UNREADABLE;
   OwnedText text;
-  if (const Status status = VT_CM_RAM2XML(&text, cml_root)) return status;
+  if (const Status status = VT_CM_RAM2XML(&text, cml_root)) {
+    log_failed_rendering(buf);
+    return status;
+  }
   const ActingFor client{peer_of(fd)};
   std::FILE* file = client ? open_regular(buf, "w+").release() : nullptr;
   if (!file) return CM_INVALID;

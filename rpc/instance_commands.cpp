@@ -1,13 +1,10 @@
 #include "rpc/instance_commands.h"
 
 #include <cstring>
-#include <poll.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <syslog.h>
-#include <unistd.h>
 
 #include "core/instance.h"
+#include "core/log.h"
 #include "core/move.h"
 #include "core/number.h"
 #include "core/path.h"
@@ -44,20 +41,6 @@ void set_instance_state(std::string_view table, const NumberArgument& number, bo
   PathText path{table};
   if (path.append(number.text) && path.append("."))
     ignore(CM_CORE_SetInstanceRWByURI(path.view(), real ? 1 : 0));
-}
-
-/// Whether the system log takes a line at once, or is not there. One that stands still would hold
-/// the service for as long: nothing is logged then.
-bool log_keeps_up() {
-  const int log = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-  if (log < 0) return false;
-  constexpr sockaddr_un kAddress{.sun_family = AF_UNIX, .sun_path = _PATH_LOG};
-  pollfd waiting{.fd = log, .events = POLLOUT, .revents = 0};
-  const bool stands_still =
-      connect(log, reinterpret_cast<const sockaddr*>(&kAddress), sizeof kAddress) == 0 &&
-      poll(&waiting, 1, 0) == 0;
-  close(log);
-  return !stands_still;
 }
 
 /// Tells the system log of a change, by a format for its path and, where it has one, its number.

@@ -1,13 +1,20 @@
 #include "storage/settings_block.h"
 
+#include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <fcntl.h>
 #include <limits>
+#include <syslog.h>
+#include <unistd.h>
 #include <utility>
 #include <zlib.h>
 
 #include "core/heap.h"
+#include "core/log.h"
 #include "core/paths.h"
+#include "platform/medium.h"
 #include "platform/services.h"
 #include "storage/big_endian.h"
 #include "storage/crc32.h"
@@ -63,11 +70,52 @@ Status fill_header(const Block& made, std::string_view text, std::uint32_t carri
   return CM_OK;
 }
 
+/// Calls `attempt` until it succeeds: what fails may be a moment's lack of descriptors, memory or
+/// room. There is no pause, since no other request is served meanwhile.
+template <typename Attempt>
+bool persist(Attempt attempt) {
+  for (int tries = 3; tries > 0; --tries)
+    if (attempt()) return true;
+  return false;
+}
+
+/// Whether the partition gives these bytes back to a reader.
+bool reads_back(const char* path, const char* bytes, std::size_t length) {
+  const FilePtr partition = open_regular(path, "r");
+  return partition && begins_with(fileno(partition.get()), bytes, length);
+}
+
+/// Writes to the start of a partition. False when it does not hold the bytes then; `errno` tells
+/// why, or is 0 where nobody knows.
+bool program(const char* path, const char* bytes, std::size_t length) {
+  return persist([=] {
+    errno = 0;
+    return flash_write(path, bytes, static_cast<std::int32_t>(length)) >= 0 &&
+           reads_back(path, bytes, length);
+  });
+}
+
+void log_not_saved(const char* path, const char* reason) {
+  if (log_keeps_up()) syslog(LOG_ERR, "settings not saved to %s: %s", path, reason);
+}
+
+void log_too_large(const char* path, const Block& made, std::string_view text) {
+  const bool block_is = made.data_length > block::kDataMax;
+  char reason[96];
+  std::snprintf(reason, sizeof reason, "the %s would have %zu bytes, %u are the most",
+                block_is ? "block" : "text", block_is ? made.size() : text.size(),
+                block_is ? block::kSizeMax : block::kTextMax - 1);
+  log_not_saved(path, reason);
+}
+
 /// The copy is for whoever looks into the device. It lies where anybody may have laid something
-/// else, and where there may be no room; neither keeps the settings from flash.
+/// else: a file that others may read, a link, or another file's second name. So it is a fresh one
+/// of the daemon's own each time, or none where that something cannot be removed; and it may find
+/// no room. None of that keeps the settings from flash.
 void keep_plain_copy(std::string_view text) {
-  const FilePtr copy =
-      open_regular(paths().last_block_text, O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW, 0600);
+  const char* path = paths().last_block_text;
+  unlink(path);
+  const FilePtr copy = open_regular(path, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, 0600);
   if (copy) std::fwrite(text.data(), 1, text.size(), copy.get());
 }
 
@@ -132,11 +180,25 @@ Status CM_UTL_SetMTDBlockSettings(const char* path, const char* text) {
   if (!text) return CM_INVALID;
   const std::string_view whole{text};
   Block made;
-  if (const Status result = compress_text(whole, &made); result != CM_OK) return result;
+  Status result = CM_OK;
+  if (!persist([&] { return (result = compress_text(whole, &made)) == CM_OK; })) {
+    log_not_saved(path, "out of memory");
+    return result;
+  }
   keep_plain_copy(whole);
-  if (const Status result = fill_header(made, whole, carried_word); result != CM_OK) return result;
-  const int written = flash_write(path, made.bytes.get(), static_cast<std::int32_t>(made.size()));
-  return written < 0 ? CM_NOT_WRITTEN : CM_OK;
+  if (fill_header(made, whole, carried_word) != CM_OK) {
+    log_too_large(path, made, whole);
+    return CM_INVALID;
+  }
+  if (program(path, made.bytes.get(), made.size())) return CM_OK;
+  log_not_saved(path, errno != 0 ? std::strerror(errno) : "the flash does not take them");
+  return CM_NOT_WRITTEN;
+}
+
+Status discard_settings_block(const char* path) {
+  char erased[block::kDataAt];  // as a partition looks that never held one
+  std::fill(std::begin(erased), std::end(erased), '\xFF');
+  return program(path, erased, sizeof erased) ? CM_OK : CM_NOT_WRITTEN;
 }
 
 Status write_settings_file(const char* path, std::string_view text, std::uint32_t carried) {

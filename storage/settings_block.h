@@ -48,11 +48,17 @@ inline constexpr std::uint32_t kTextMax = 2097152 + 1;  // the largest configura
 
 /// Writes `text`, NUL-terminated, as a block to the flash partition `path`, with the word carried
 /// from the block read last (0 before any was read), and a plain copy of it to
-/// paths().last_block_text; a copy that cannot be written fails nothing. CM_NO_MEMORY: the
-/// partition and the copy are unchanged. CM_INVALID: no text, or zlib failed, likewise unchanged;
-/// or the block would be too large to be read back: the copy is written, the partition unchanged.
-/// CM_NOT_WRITTEN: the flash failed, and the partition is as it left it.
+/// paths().last_block_text; a copy that cannot be written fails nothing. What fails is tried again
+/// at once, three times in all. CM_OK: the partition holds the block, it was read back.
+/// CM_NO_MEMORY: the partition and the copy are unchanged. CM_INVALID: no text, or zlib failed,
+/// likewise unchanged; or the block would be too large to be read back: the copy is written, the
+/// partition unchanged. CM_NOT_WRITTEN: the flash failed, or does not give the block back, and the
+/// partition is as it left it. Any failure but that of no text is told to the system log.
 Status CM_UTL_SetMTDBlockSettings(const char* path, const char* text);
+
+/// Makes the partition `path` hold no block: its header is overwritten, as often as a write is
+/// tried. CM_OK: it was read back. CM_NOT_WRITTEN: the flash failed. Nothing is logged.
+Status discard_settings_block(const char* path);
 
 /// Writes `text` as a block with the given carried word into the file `path`, which exists and
 /// whose reserved bytes stay as they are; no plain copy. CM_NO_MEMORY and CM_INVALID as above, the

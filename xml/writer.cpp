@@ -2,9 +2,12 @@
 
 #include <cstring>
 #include <fcntl.h>
+#include <syslog.h>
 
 #include "core/counter.h"
+#include "core/heap.h"
 #include "core/instance.h"
+#include "core/log.h"
 #include "core/number.h"
 #include "core/path.h"
 #include "core/paths.h"
@@ -22,16 +25,42 @@ namespace {
 
 constexpr std::size_t kAttributeListSize = 2048;
 
+/// The record whose attribute list was too long in the text begun last, for the log: one of the
+/// two, or none. The tree may be gone later.
+struct TooLong {
+  const Node* object = nullptr;
+  const Parameter* param = nullptr;
+};
+TooLong too_long;
+
+/// Appends name, value and a space as VT_CM_RAM2XML_Attr does, the value as it is.
+std::int32_t append(char* buffer, std::size_t room, std::string_view name, std::string_view value) {
+  if (room < name.size() + value.size() + 3) return -1;
+  char* at = buffer;
+  std::memcpy(at, name.data(), name.size());
+  at += name.size();
+  *at++ = '=';
+  std::memcpy(at, value.data(), value.size());
+  at += value.size();
+  *at++ = ' ';
+  *at = '\0';
+  return static_cast<std::int32_t>(at - buffer);
+}
+
 /// The attribute list of one element, built in its buffer before it is written.
 class AttributeList {
  public:
   void add(std::string_view name, const char* value) {
     if (failed_) return;
+    const OwnedText encoded = OwnedText::adopt(string_encode('"', value));
     const std::int32_t added =
-        VT_CM_RAM2XML_Attr(text_ + length_, kAttributeListSize - length_, name, value);
+        encoded ? append(text_ + length_, kAttributeListSize - length_, name, encoded.view()) : -1;
     failed_ = added < 0;
+    too_long_ = failed_ && encoded;
     if (!failed_) length_ += static_cast<std::size_t>(added);
   }
+
+  [[nodiscard]] bool is_too_long() const { return too_long_; }
 
   void add_access(std::uint16_t word) {
     add(kAttrWritable, CM_UTL_GetAttrBoolean(word, kWritable) ? "1" : "0");
@@ -46,6 +75,7 @@ class AttributeList {
   char text_[kAttributeListSize];
   std::size_t length_ = 0;
   bool failed_ = false;
+  bool too_long_ = false;
 };
 
 std::int32_t write_object(const Node& node, std::FILE* file) {
@@ -53,6 +83,7 @@ std::int32_t write_object(const Node& node, std::FILE* file) {
   list.add(kAttrName, node.name.c_str());
   list.add(kAttrType, kTypeObject);
   list.add_access(node.attributes);
+  if (list.is_too_long()) too_long = {.object = &node};
   return list.write(file);
 }
 
@@ -72,6 +103,7 @@ std::int32_t write_parameter(const Parameter& param, std::FILE* file) {
   list.add_access(param.attributes);
   if (param.enumeration) list.add(kAttrEnumeration, param.enumeration.get());
   if (param.getter) list.add(kAttrFunction, param.getter->name);
+  if (list.is_too_long()) too_long = {.param = &param};
   return list.write(file);
 }
 
@@ -99,11 +131,49 @@ std::int32_t write_document(Node* root, std::FILE* file, const Dialect& dialect)
   return VT_CM_RAM2XML_Write(dialect.document_end, file);
 }
 
-/// Reads the finished temporary file; none when it is too long, gone, or memory runs out.
-OwnedText read_back(const char* path) {
-  const FilePtr file{std::fopen(path, "r")};
-  if (!file || CM_UTL_GetFileSize(file.get()) > kDocumentMax) return {};
-  return CM_UTL_ReadFile(file.get());
+/// How a rendering ended.
+enum class Rendering {
+  kDone,
+  kFileFailed,  ///< the file did not take it, or did not give it back
+  kImpossible,  ///< nor would any other: an element or the text is too long, or memory ran out
+};
+
+/// Renders into a stream that is empty, and reads it back into `out`.
+Rendering render_through(std::FILE* file, Node* root, const Dialect& dialect, OwnedText* out) {
+  if (write_document(root, file, dialect) != 0)
+    return std::ferror(file) ? Rendering::kFileFailed : Rendering::kImpossible;
+  const long size = std::fflush(file) == 0 ? CM_UTL_GetFileSize(file) : -1;
+  if (size < 0) return Rendering::kFileFailed;
+  if (size > kDocumentMax) return Rendering::kImpossible;
+  const auto length = static_cast<std::size_t>(size);
+  HeapBytes text{static_cast<char*>(heap_allocate(length + 1))};
+  if (!text) return Rendering::kImpossible;
+  if (std::fread(text.get(), 1, length, file) != length) return Rendering::kFileFailed;
+  text[length] = '\0';
+  *out = OwnedText::adopt(text.release());
+  return Rendering::kDone;
+}
+
+/// Renders through a fresh file of the daemon's own: it holds passwords, and it lies where anybody
+/// may have laid something else. It is read back by its descriptor, since its name may have become
+/// another file's meanwhile.
+Rendering render_through_file(Node* root, const Dialect& dialect, OwnedText* out) {
+  const char* path = paths().temporary_output;
+  std::remove(path);
+  FilePtr file = open_regular(path, O_RDWR | O_CREAT | O_EXCL, 0600);
+  if (!file) return Rendering::kFileFailed;
+  const Rendering result = render_through(file.get(), root, dialect, out);
+  file.reset();
+  std::remove(path);
+  return result;
+}
+
+/// Renders through memory. Of the room for the longest text only what is written to is taken.
+Rendering render_through_memory(Node* root, const Dialect& dialect, OwnedText* out) {
+  constexpr std::size_t kRoom = kDocumentMax + 1;
+  const HeapBytes room{static_cast<char*>(heap_allocate(kRoom))};
+  const FilePtr file{room ? fmemopen(room.get(), kRoom, "w+") : nullptr};
+  return file ? render_through(file.get(), root, dialect, out) : Rendering::kImpossible;
 }
 
 }  // namespace
@@ -116,17 +186,7 @@ std::int32_t VT_CM_RAM2XML_Attr(char* buffer, std::size_t room, std::string_view
                                 const char* value) {
   const OwnedText encoded = OwnedText::adopt(string_encode('"', value));
   if (!encoded) return -1;
-  const std::string_view text = encoded.view();
-  if (room < name.size() + text.size() + 3) return -1;
-  char* at = buffer;
-  std::memcpy(at, name.data(), name.size());
-  at += name.size();
-  *at++ = '=';
-  std::memcpy(at, text.data(), text.size());
-  at += text.size();
-  *at++ = ' ';
-  *at = '\0';
-  return static_cast<std::int32_t>(at - buffer);
+  return append(buffer, room, name, encoded.view());
 }
 
 std::int32_t VT_CM_RAM2XML_Element(ElementKind kind, const void* record, std::FILE* file) {
@@ -150,27 +210,35 @@ std::int32_t VT_CM_RAM2XML_Node(const Node* node, std::FILE* file, const Dialect
 
 Status VT_CM_RAM2XML(OwnedText* out, Node* root, const Dialect& dialect) {
   out->reset();
+  too_long = {};
   if (!root) return CM_INVALID;
-  const char* path = paths().temporary_output;
-  // A fresh file of the daemon's own: it holds passwords, and it lies where anybody may have laid a
-  // link.
-  std::remove(path);
-  std::FILE* file = open_regular(path, O_WRONLY | O_CREAT | O_EXCL, 0600).release();
-  if (!file) return CM_INVALID;
-  const bool written = write_document(root, file, dialect) == 0;
-  const bool closed = std::fclose(file) == 0;
-  if (written && closed) *out = read_back(path);
-  std::remove(path);
-  return *out ? CM_OK : CM_INVALID;
+  Rendering result = render_through_file(root, dialect, out);
+  // Nobody who lays something in the file's way, or fills its file system, is to stop a commit.
+  if (result == Rendering::kFileFailed) result = render_through_memory(root, dialect, out);
+  return result == Rendering::kDone ? CM_OK : CM_INVALID;
 }
 
-std::uint8_t CM_RAM2XML(const char* block_path, Node* root) {
+void log_failed_rendering(const char* target) {
+  if (!log_keeps_up()) return;
+  char record[kPathBufferSize] = {};
+  // A path that cannot be had leaves the empty text.
+  if (too_long.param) ignore(CM_CORE_GetURIByParaNode(too_long.param, record));
+  if (too_long.object) ignore(CM_CORE_GetURIByObjNode(too_long.object, record));
+  if (too_long.param || too_long.object)
+    syslog(LOG_ERR, "settings not saved to %s: the attributes of %s take more than %zu characters",
+           target, record, kAttributeListSize - 1);
+  else
+    syslog(LOG_ERR, "settings not saved to %s: no tree, no memory, or more than %ld bytes", target,
+           long{kDocumentMax});
+}
+
+std::uint8_t CM_RAM2XML(const char* block_path, Node* root, Status* stored) {
   OwnedText text;
-  const Status status = VT_CM_RAM2XML(&text, root);
-  // The result is the rendering's: a partition that fails is found out at the next start, by its
-  // checksum.
-  if (status == CM_OK) ignore(CM_UTL_SetMTDBlockSettings(block_path, text.get()));
-  return cut_to_byte(status);
+  const Status rendered = VT_CM_RAM2XML(&text, root);
+  const Status result =
+      rendered == CM_OK ? CM_UTL_SetMTDBlockSettings(block_path, text.get()) : rendered;
+  if (stored) *stored = result;
+  return cut_to_byte(rendered);
 }
 
 }  // namespace gwconf

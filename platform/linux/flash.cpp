@@ -9,6 +9,7 @@
 #include "core/heap.h"
 #include "core/paths.h"
 #include "platform/linux/mtd_control.h"
+#include "platform/medium.h"
 #include "platform/services.h"
 
 namespace gwconf {
@@ -31,7 +32,7 @@ class Descriptor {
 /// A path that is missing becomes a plain file only on a machine without raw flash. On a device
 /// with flash it would lie in memory, and the settings would be gone with the next start.
 int open_partition(const char* path) {
-  constexpr int kFlags = O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+  constexpr int kFlags = O_RDWR | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
   const int fd = open(path, kFlags);
   if (fd >= 0 || errno != ENOENT) return fd;
   if (access(paths().proc_mtd, F_OK) == 0 || errno != ENOENT) return -1;
@@ -44,6 +45,7 @@ bool write_all(Program program, int fd, const char* bytes, std::size_t length, o
   while (length > 0) {
     const ssize_t written = program(fd, bytes, length, offset);
     if (written < 0 && errno == EINTR) continue;
+    if (written == 0) errno = EIO;
     if (written <= 0) return false;
     bytes += written;
     length -= static_cast<std::size_t>(written);
@@ -75,10 +77,13 @@ bool take_room(int fd, std::uint32_t length) {
 /// allocated was: a write that cannot succeed must not cost the old content.
 bool write_flash(int fd, const char* bytes, std::uint32_t length) {
   MtdGeometry flash;
-  if (!mtd_geometry(fd, &flash) || flash.erase_size == 0 || flash.page_size == 0) return false;
+  if (!mtd_geometry(fd, &flash)) return false;
+  errno = EINVAL;
+  if (flash.erase_size == 0 || flash.page_size == 0) return false;
   const auto rounded_up = [length](std::uint32_t unit) {
     return (std::uint64_t{length} + unit - 1) / unit * unit;
   };
+  errno = ENOSPC;
   if (std::max(rounded_up(flash.erase_size), rounded_up(flash.page_size)) > flash.size)
     return false;
 
@@ -104,10 +109,15 @@ bool write_partition(const char* path, const char* bytes, std::uint32_t length) 
   const Descriptor partition{open_partition(path)};
   struct stat kind;
   if (partition.get() < 0 || fstat(partition.get(), &kind) != 0) return false;
-  if (is_mtd(kind)) return write_flash(partition.get(), bytes, length);
-  if (S_ISREG(kind.st_mode) && !take_room(partition.get(), length)) return false;
-  // What has no offsets, such as a FIFO, refuses the first write.
-  if (!write_all(pwrite, partition.get(), bytes, length, 0)) return false;
+  // Settings that did not change wear nothing.
+  const bool unchanged = begins_with(partition.get(), bytes, length);
+  if (is_mtd(kind)) return unchanged || write_flash(partition.get(), bytes, length);
+  if (!unchanged) {
+    if (S_ISREG(kind.st_mode) && !take_room(partition.get(), length)) return false;
+    // What has no offsets, such as a FIFO, refuses the first write.
+    if (!write_all(pwrite, partition.get(), bytes, length, 0)) return false;
+  }
+  // Also what was there before may not be on the medium yet.
   const bool has_medium = S_ISREG(kind.st_mode) || S_ISBLK(kind.st_mode);
   return !has_medium || flush(partition.get());
 }

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <fcntl.h>
 #include <unistd.h>
 
 namespace gwconf {
@@ -31,24 +30,10 @@ void note(const char* what, std::uint64_t offset, std::size_t length) {
                         std::to_string(length));
 }
 
-/// A partition is open for writing only; its cells are read through a descriptor of our own.
-char cell(int fd, off_t at) {
-  const std::string path = "/proc/self/fd/" + std::to_string(fd);
-  const int reader = open(path.c_str(), O_RDONLY);
-  char value = '\xFF';
-  if (pread(reader, &value, 1, at) < 0) value = '\0';
-  close(reader);
-  return value;
-}
-
 }  // namespace
 
 bool is_mtd(const struct stat& file) {
-  return std::any_of(mtd().partitions.begin(), mtd().partitions.end(), [&](const auto& path) {
-    struct stat flash;
-    return stat(path.c_str(), &flash) == 0 && flash.st_ino == file.st_ino &&
-           flash.st_dev == file.st_dev;
-  });
+  return mtd().present && S_ISREG(file.st_mode);
 }
 
 bool mtd_geometry(int, MtdGeometry* out) {
@@ -79,16 +64,18 @@ ssize_t mtd_program(int fd, const void* bytes, std::size_t length, off_t offset)
     errno = EINVAL;
     return -1;
   }
+  if (length == 0) return 0;
+  std::string cells(length, '\0');
+  const bool readable = pread(fd, cells.data(), length, offset) == static_cast<ssize_t>(length);
   const auto* source = static_cast<const char*>(bytes);
-  for (std::size_t i = 0; i < length; ++i) {
-    const off_t at = offset + static_cast<off_t>(i);
-    const char programmed = static_cast<char>(cell(fd, at) & source[i]);
-    if (at >= static_cast<off_t>(flash.size) || !step() || pwrite(fd, &programmed, 1, at) != 1) {
-      errno = EIO;
-      return i > 0 ? static_cast<ssize_t>(i) : -1;
-    }
+  std::size_t done = 0;
+  for (; readable && done < length && step(); ++done)
+    cells[done] = static_cast<char>(cells[done] & source[done]);
+  if (done == 0 || pwrite(fd, cells.data(), done, offset) != static_cast<ssize_t>(done)) {
+    errno = EIO;
+    return -1;
   }
-  return static_cast<ssize_t>(length);
+  return static_cast<ssize_t>(done);
 }
 
 }  // namespace gwconf

@@ -15,7 +15,7 @@ namespace gwconf::test {
 struct FakeMtd {
   static constexpr std::size_t kForever = std::numeric_limits<std::size_t>::max();
 
-  std::vector<std::string> partitions;  ///< files that are flash
+  bool present = false;  ///< whether plain files are flash
   MtdGeometry geometry = {.size = 256, .erase_size = 64, .page_size = 1};
   bool tells_geometry = true;
   std::size_t steps = kForever;  ///< erased blocks and programmed bytes until the power goes

@@ -1,3 +1,4 @@
+#include <cerrno>
 #include <csignal>
 #include <fcntl.h>
 #include <filesystem>
@@ -113,6 +114,41 @@ TEST_F(PlainFile, IsNotMadeBehindALinkThatLeadsNowhere) {
   EXPECT_FALSE(test::file_exists(test::sandbox_root() + "/elsewhere"));
 }
 
+TEST_F(PlainFile, ThatHoldsTheBytesAlreadyIsNotWritten) {
+  write_file(partition, "0123456789");
+  const timespec long_ago[2] = {{.tv_sec = 1, .tv_nsec = 0}, {.tv_sec = 1, .tv_nsec = 0}};
+  ASSERT_EQ(utimensat(AT_FDCWD, partition.c_str(), long_ago, 0), 0);
+  const auto written = [this] {
+    struct stat file;
+    return stat(partition.c_str(), &file) == 0 && file.st_mtim.tv_sec != 1;
+  };
+  EXPECT_EQ(write(partition, "01234"), 0);
+  EXPECT_EQ(write(partition, "0123456789"), 0);
+  EXPECT_FALSE(written());
+  EXPECT_EQ(write(partition, "0123x"), 0);
+  EXPECT_TRUE(written());
+  EXPECT_EQ(read_file(partition), "0123x56789");
+}
+
+TEST_F(PlainFile, ThatHoldsTheBeginningOnlyIsWritten) {
+  for (const std::size_t held : {0u, 1u, 4095u, 4096u, 4097u, 9999u}) {
+    write_file(partition, pattern(10'000).substr(0, held));
+    EXPECT_EQ(write(partition, pattern(10'000)), 0) << held;
+    EXPECT_TRUE(read_file(partition) == pattern(10'000)) << held;
+  }
+}
+
+TEST_F(PlainFile, AnyOtherByteIsNoticed) {
+  const std::string fresh = pattern(5'000);
+  for (const std::size_t at : {0u, 1u, 4095u, 4096u, 4999u}) {
+    std::string old = fresh;
+    old[at] = static_cast<char>(old[at] ^ 1);
+    write_file(partition, old);
+    EXPECT_EQ(write(partition, fresh), 0) << at;
+    EXPECT_TRUE(read_file(partition) == fresh) << at;
+  }
+}
+
 TEST_F(PlainFile, NegativeLengthIsRefused) {
   write_file(partition, "old");
   EXPECT_LT(flash_write(partition.c_str(), "abc", -1), 0);
@@ -193,7 +229,7 @@ class Mtd : public Flash {
  protected:
   void SetUp() override {
     Flash::SetUp();
-    mtd().partitions = {partition};
+    mtd().present = true;
     write_file(partition, old);
   }
   const std::string old = std::string(256, '\x11');
@@ -215,6 +251,33 @@ TEST_F(Mtd, AWriteThatFillsItsBlockErasesNoOther) {
 TEST_F(Mtd, AWriteOfOneByteMoreErasesTheNext) {
   EXPECT_EQ(write(partition, pattern(65)), 0);
   EXPECT_THAT(mtd().calls, ElementsAre("erase 0+64", "erase 64+64", "program 0+65"));
+}
+
+TEST_F(Mtd, ThatHoldsTheBytesAlreadyIsNotWorn) {
+  mtd().geometry.page_size = 16;
+  EXPECT_EQ(write(partition, pattern(100)), 0);
+  mtd().calls.clear();
+  EXPECT_EQ(write(partition, pattern(100)), 0);
+  EXPECT_EQ(write(partition, pattern(64)), 0);
+  EXPECT_THAT(mtd().calls, IsEmpty());
+  EXPECT_EQ(write(partition, pattern(100) + '#'), 0);
+  EXPECT_THAT(mtd().calls,
+              ElementsAre("erase 0+64", "erase 64+64", "program 0+96", "program 96+16"));
+}
+
+TEST_F(Mtd, AWriteThatTakesNothingIsReported) {
+  mtd().most_at_once = 0;
+  errno = 0;
+  EXPECT_LT(write(partition, pattern(64)), 0);
+  EXPECT_EQ(errno, EIO);
+}
+
+TEST_F(Mtd, TellsWhyItWasNotWritten) {
+  EXPECT_LT(write(partition, pattern(257)), 0);
+  EXPECT_EQ(errno, ENOSPC);
+  mtd().geometry.erase_size = 0;
+  EXPECT_LT(write(partition, "abc"), 0);
+  EXPECT_EQ(errno, EINVAL);
 }
 
 TEST_F(Mtd, AnEmptyWriteErasesNothing) {
@@ -325,7 +388,6 @@ TEST_F(Mtd, ThePairHoldsAGoodBlockWhereverItsWriteIsCut) {
   const auto save = [](const std::string& path, const std::string& text) {
     return CM_UTL_SetMTDBlockSettings(path.c_str(), text.c_str());
   };
-  mtd().partitions = {partition, backup};
   std::filesystem::create_directory(
       paths().last_block_text);  // no copies: only the partitions count
   for (const bool primary_was_good : {true, false}) {

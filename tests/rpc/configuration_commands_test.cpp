@@ -1,12 +1,14 @@
 #include "rpc/configuration_commands.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
 #include <filesystem>
 #include <set>
 #include <string>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <syslog.h>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -15,6 +17,7 @@
 #include "daemon/startup.h"
 #include "storage/settings_block.h"
 #include "tests/rpc/request_fixture.h"
+#include "tests/rpc/system_log.h"
 #include "tests/storage/scripted_flash.h"
 #include "tests/support/capture.h"
 #include "tests/support/failing_heap.h"
@@ -28,11 +31,13 @@ using namespace std::string_literals;
 using test::children_of;
 using test::flash;
 using test::framed;
+using test::LogLine;
 using test::message;
 using test::read_file;
 using test::Reply;
 using test::serve;
 using test::serve_bytes;
+using test::system_log;
 using test::value_at;
 using test::write_file;
 
@@ -90,6 +95,17 @@ class ConfigurationCommands : public test::RequestTest {
     return partitions;
   }
 
+  /// What the log holds when a partition failed.
+  static LogLine not_saved_to(const std::string& partition) {
+    return {LOG_ERR, "settings not saved to " + partition + ": Input/output error"};
+  }
+
+  /// What it holds when a value takes too much.
+  static LogLine unwritable(const std::string& target) {
+    return {LOG_ERR, "settings not saved to " + target + ": the attributes of " + kSummary +
+                         " take more than 2047 characters"};
+  }
+
   const std::string primary = paths().primary_partition;
   const std::string backup = paths().backup_partition;
   const std::string file = sandbox("/tmp/saved.xml");
@@ -136,7 +152,9 @@ TEST_F(ConfigurationCommands, WhereverThePowerFailsOneBlockIsWhole) {
   ASSERT_EQ(serve({"0", kSummary, "new"}).result, 0);
   for (const bool has_primary : {true, false}) {
     for (std::size_t steps = 0; steps < 500; ++steps) {
-      flash() = {.kind = test::ScriptedFlash::Kind::kErased, .steps = steps, .writes = {}};
+      flash() = {};
+      flash().kind = test::ScriptedFlash::Kind::kErased;
+      flash().steps = steps;
       write_file(primary, has_primary ? old_block : std::string(old_block.size(), '\xFF'));
       write_file(backup, old_block);
       EXPECT_EQ(serve({"19"}), (Reply{{}, 0}));
@@ -150,9 +168,138 @@ TEST_F(ConfigurationCommands, WhereverThePowerFailsOneBlockIsWhole) {
 
 TEST_F(ConfigurationCommands, AFailedFlashWriteIsNotReported) {
   flash().fails = true;
+  flash().reason = EIO;
+  EXPECT_EQ(serve({"19"}), (Reply{{}, 0}));
+  EXPECT_EQ(written(), (std::vector{primary, primary, primary, backup, backup, backup}));
+  EXPECT_EQ(block_text(primary), "<none>");
+  EXPECT_EQ(system_log().lines,
+            (std::vector<LogLine>{not_saved_to(primary), not_saved_to(backup)}));
+}
+
+TEST_F(ConfigurationCommands, AnyWriteToTheFlashMayFailOnce) {
+  ASSERT_EQ(serve({"0", kSummary, "old"}).result, 0);
+  ASSERT_EQ(serve({"19"}).result, 0);
+  const std::string old_block = read_file(primary);
+  ASSERT_EQ(serve({"0", kSummary, "new"}).result, 0);
+  for (const bool has_primary : {true, false}) {
+    for (const std::size_t nth : {1u, 2u}) {
+      flash() = {};
+      flash().refuses = [nth](const auto&) { return flash().writes.size() == nth; };
+      write_file(primary, has_primary ? old_block : "");
+      write_file(backup, old_block);
+      EXPECT_EQ(serve({"19"}), (Reply{{}, 0}));
+      EXPECT_EQ(flash().writes.size(), 3u);
+      EXPECT_EQ(block_text(primary), saved_summary("new"));
+      EXPECT_EQ(block_text(backup), saved_summary("new"));
+    }
+  }
+  EXPECT_TRUE(system_log().lines.empty());
+}
+
+/// A primary that holds other settings than the live tree and cannot be replaced.
+class StubbornPrimary : public ConfigurationCommands {
+ protected:
+  void SetUp() override {
+    ConfigurationCommands::SetUp();
+    ASSERT_EQ(serve({"0", kSummary, "old"}).result, 0);
+    ASSERT_EQ(serve({"19"}).result, 0);
+    ASSERT_EQ(serve({"0", kSummary, "new"}).result, 0);
+    flash() = {};
+    flash().reason = EIO;
+  }
+
+  /// The value that a start finds.
+  std::string value_after_restart() const {
+    release_tree();
+    static_cast<void>(test::stdout_of([] { EXPECT_EQ(start_up(nullptr), 0); }));
+    return value_at(kSummary);
+  }
+};
+
+TEST_F(StubbornPrimary, GivesWayToTheNewBackup) {
+  // As a medium without room: what is there already can be written over.
+  flash().refuses = [this](const auto& write) {
+    return write.path == primary && write.bytes.size() > 40;
+  };
+  EXPECT_EQ(serve({"19"}), (Reply{{}, 0}));
+  EXPECT_EQ(written(), (std::vector{backup, primary, primary, primary, primary}));
+  EXPECT_EQ(block_text(primary), "<none>");
+  EXPECT_EQ(block_text(backup), saved_summary("new"));
+  EXPECT_EQ(system_log().lines,
+            (std::vector<LogLine>{
+                not_saved_to(primary),
+                {LOG_ERR, primary + " was emptied of its older settings: the backup serves"}}));
+  EXPECT_EQ(value_after_restart(), "new");
+  // From now on it is the one that is written first.
+  flash() = {};
   EXPECT_EQ(serve({"19"}), (Reply{{}, 0}));
   EXPECT_EQ(written(), (std::vector{primary, backup}));
-  EXPECT_EQ(block_text(primary), "<none>");
+  EXPECT_EQ(block_text(primary), saved_summary("new"));
+}
+
+TEST_F(StubbornPrimary, ThatCannotBeEmptiedEitherIsLogged) {
+  flash().refuses = [this](const auto& write) { return write.path == primary; };
+  EXPECT_EQ(serve({"19"}), (Reply{{}, 0}));
+  EXPECT_EQ(block_text(primary), saved_summary("old"));
+  EXPECT_EQ(block_text(backup), saved_summary("new"));
+  EXPECT_EQ(system_log().lines,
+            (std::vector<LogLine>{
+                not_saved_to(primary),
+                {LOG_ERR, primary + " keeps older settings: they come back at the next start"}}));
+}
+
+TEST_F(StubbornPrimary, StaysWhereTheBackupIsNoBetter) {
+  flash().fails = true;
+  EXPECT_EQ(serve({"19"}), (Reply{{}, 0}));
+  EXPECT_EQ(written(), (std::vector{backup, backup, backup, primary, primary, primary}));
+  EXPECT_EQ(value_after_restart(), "old");
+}
+
+TEST_F(StubbornPrimary, DoesNotComeBackWhenMemoryRunsOut) {
+  const std::string old_block = read_file(primary);
+  release_tree();
+  Reply reply;
+  std::set<std::string> outcomes;
+  test::sweep_allocations(
+      [&] {
+        load_xml(kDefaults);
+        ASSERT_EQ(serve({"0", kSummary, "new"}).result, 0);
+        flash() = {};
+        write_file(primary, old_block);
+        write_file(backup, old_block);
+      },
+      [&] {
+        reply = serve({"19"});
+        release_tree();
+      },
+      [&] {
+        const bool saved = !written().empty();
+        const std::string value = value_after_restart();
+        release_tree();
+        outcomes.insert(std::to_string(reply.result) + (saved ? " saved " : " not saved ") + value);
+      });
+  EXPECT_EQ(outcomes, (std::set<std::string>{"0 saved new", "156 not saved old", "156 saved old"}));
+}
+
+TEST_F(StubbornPrimary, ThatHoldsNoBlockIsLeftAlone) {
+  write_file(primary, "");
+  flash().refuses = [this](const auto& write) { return write.path == primary; };
+  EXPECT_EQ(serve({"19"}), (Reply{{}, 0}));
+  EXPECT_EQ(written(), (std::vector{primary, primary, primary, backup}));
+  EXPECT_EQ(system_log().lines, (std::vector<LogLine>{not_saved_to(primary)}));
+  EXPECT_EQ(value_after_restart(), "new");
+}
+
+TEST_F(ConfigurationCommands, ABackupThatCannotBeWrittenIsLogged) {
+  ASSERT_EQ(serve({"19"}).result, 0);
+  ASSERT_EQ(serve({"0", kSummary, "new"}).result, 0);
+  flash() = {};
+  flash().reason = EIO;
+  flash().refuses = [this](const auto& write) { return write.path == backup; };
+  EXPECT_EQ(serve({"19"}), (Reply{{}, 0}));
+  EXPECT_EQ(written(), (std::vector{backup, backup, backup, primary}));
+  EXPECT_EQ(block_text(primary), saved_summary("new"));
+  EXPECT_EQ(system_log().lines, (std::vector<LogLine>{not_saved_to(backup)}));
 }
 
 /// Makes the writer fail: a value whose attribute list does not fit its buffer.
@@ -165,12 +312,44 @@ TEST_F(ConfigurationCommands, ATextThatCannotBeBuiltIsReportedAsAByte) {
   EXPECT_EQ(serve({"19"}), (Reply{{}, 156}));
   EXPECT_TRUE(written().empty());
   EXPECT_FALSE(test::file_exists(paths().temporary_output));
+  EXPECT_EQ(system_log().lines, (std::vector<LogLine>{unwritable("flash")}));
 }
 
-TEST_F(ConfigurationCommands, ATemporaryFileThatCannotBeMadeIsReportedAsAByte) {
+TEST_F(ConfigurationCommands, NobodyIsInTheWayOfTheTemporaryFile) {
   std::filesystem::create_directories(paths().temporary_output + "/inside"s);
-  EXPECT_EQ(serve({"19"}), (Reply{{}, 156}));
-  EXPECT_TRUE(written().empty());
+  EXPECT_EQ(serve({"19"}), (Reply{{}, 0}));
+  EXPECT_EQ(block_text(primary), kNothingSet);
+  EXPECT_EQ(block_text(backup), kNothingSet);
+  EXPECT_EQ(serve({"29", file}), (Reply{{}, 0}));
+  EXPECT_EQ(read_file(file), kNothingSet + '\0');
+}
+
+TEST_F(ConfigurationCommands, AHalfWithoutATextIsLogged) {
+  release_tree();
+  std::set<std::string> lines;
+  test::sweep_allocations(
+      [] {
+        load_xml(kDefaults);
+        flash() = {};
+        std::filesystem::remove(paths().primary_partition);
+      },
+      [] {
+        static_cast<void>(serve({"19"}));
+        release_tree();
+      },
+      [&] {
+        for (const LogLine& line : system_log().lines)
+          lines.insert(line.text);
+        system_log() = {};
+      });
+  const std::string reason = ": no tree, no memory, or more than 2097152 bytes";
+  EXPECT_EQ(lines, (std::set<std::string>{
+                       "settings not saved to flash" + reason,
+                       "settings not saved to " + primary + reason,
+                       "settings not saved to " + backup + reason,
+                       "settings not saved to " + primary + ": out of memory",
+                       "settings not saved to " + backup + ": out of memory",
+                   }));
 }
 
 TEST_F(ConfigurationCommands, TheResultIsThatOfTheSecondWrite) {
@@ -194,8 +373,10 @@ TEST_F(ConfigurationCommands, TheResultIsThatOfTheSecondWrite) {
         outcomes.insert(outcome);
         EXPECT_TRUE(reply.answers.empty());
       });
-  // The first text, the first block, the second text, the second block; all of them.
-  EXPECT_EQ(outcomes, (std::set<std::string>{"0 backup", "0 primary", "156", "156 primary"}));
+  // The first text, or either block for a moment; the first block for good; the second text; the
+  // second block; all of them.
+  EXPECT_EQ(outcomes, (std::set<std::string>{"0 backup", "0 primary backup", "0 primary",
+                                             "156 primary", "156"}));
 }
 
 TEST_F(ConfigurationCommands, WithoutALiveTreeThereIsNothingToCommit) {
@@ -226,9 +407,15 @@ TEST_F(ConfigurationCommands, ABlockTooLargeForTheFlashIsNotReported) {
     ASSERT_EQ(serve({"10", kHost, std::to_string(i)}).result, 0);
     ASSERT_EQ(serve({"0", kHost + std::to_string(i) + ".Name", value}).result, 0);
   }
+  system_log() = {};
   EXPECT_EQ(serve({"19"}), (Reply{{}, 0}));
   EXPECT_TRUE(written().empty());
   EXPECT_GT(read_file(paths().last_block_text).size(), 100'000u);
+  ASSERT_EQ(system_log().lines.size(), 2u);
+  EXPECT_TRUE(system_log().lines[0].text.starts_with("settings not saved to " + primary +
+                                                     ": the block would have "));
+  EXPECT_TRUE(system_log().lines[1].text.starts_with("settings not saved to " + backup +
+                                                     ": the block would have "));
 }
 
 // --- Reset ---
@@ -407,6 +594,7 @@ TEST_F(ConfigurationCommands, ATextThatCannotBeBuiltTouchesNoFile) {
   write_file(file, "kept");
   EXPECT_EQ(serve({"29", file}), (Reply{{}, -100}));
   EXPECT_EQ(read_file(file), "kept");
+  EXPECT_EQ(system_log().lines, (std::vector<LogLine>{unwritable(file)}));
   release_tree();
   EXPECT_EQ(serve({"29", file}), (Reply{{}, -100}));
   EXPECT_EQ(read_file(file), "kept");

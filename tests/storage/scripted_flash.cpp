@@ -1,6 +1,7 @@
 #include "tests/storage/scripted_flash.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
 #include <filesystem>
 
@@ -47,7 +48,14 @@ extern "C" int flash_write(const char* path, const void* buffer, std::int32_t le
   using namespace gwconf::test;
   const std::string bytes{static_cast<const char*>(buffer), static_cast<std::size_t>(length)};
   flash().writes.push_back({path, bytes});
-  if (flash().fails) return -1;
+  if (flash().fails || (flash().refuses && flash().refuses(flash().writes.back()))) {
+    errno = flash().reason;
+    return -1;
+  }
+  if (flash().lies > 0) {
+    --flash().lies;
+    return 0;
+  }
   std::string partition = file_exists(path) ? read_file(path) : "";
   const bool whole = write(bytes, &partition);
   std::filesystem::remove(path);  // a file cut to be rewritten waits for the disk

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <limits>
 #include <string>
 #include <vector>
@@ -23,8 +24,11 @@ struct ScriptedFlash {
 
   Kind kind = Kind::kFile;
   bool fails = false;            ///< every write fails before its first step
+  int reason = 0;                ///< what a failing write leaves in errno
   std::size_t steps = kForever;  ///< erased blocks and programmed bytes until the power goes
   std::vector<Write> writes;     ///< what was asked for, in order
+  std::function<bool(const Write&)> refuses;  ///< picks writes that fail likewise
+  int lies = 0;  ///< writes from now on that tell of success and leave the partition as it was
 };
 
 /// The flash in use; assign a fresh one to start anew.

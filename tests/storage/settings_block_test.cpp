@@ -1,7 +1,9 @@
 #include "storage/settings_block.h"
 
+#include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <fcntl.h>
 #include <filesystem>
 #include <iterator>
 #include <optional>
@@ -9,12 +11,16 @@
 #include <string>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <syslog.h>
+#include <unistd.h>
+#include <vector>
 #include <zlib.h>
 
 #include <gtest/gtest.h>
 
 #include "core/paths.h"
 #include "storage/big_endian.h"
+#include "tests/rpc/system_log.h"
 #include "tests/storage/scripted_flash.h"
 #include "tests/support/capture.h"
 #include "tests/support/failing_heap.h"
@@ -43,8 +49,10 @@ namespace {
 
 using namespace std::string_literals;
 using test::flash;
+using test::LogLine;
 using test::read_file;
 using test::ScriptedFlash;
+using test::system_log;
 using test::write_file;
 
 const std::string kSmallText = "<DATAMODEL>\n</DATAMODEL>\n";
@@ -140,6 +148,7 @@ class SettingsBlock : public ::testing::Test {
   void SetUp() override {
     test::clear_sandbox();
     flash() = {};
+    system_log() = {};
     zlib_fails = false;
     descriptors_ = open_descriptors();
     blocks_ = test::live_blocks();
@@ -165,6 +174,11 @@ class SettingsBlock : public ::testing::Test {
 
   [[nodiscard]] Status write(const std::string& text) const {
     return CM_UTL_SetMTDBlockSettings(primary.c_str(), text.c_str());
+  }
+
+  /// What the log holds when the settings were not saved to the primary.
+  [[nodiscard]] std::vector<LogLine> logged(const std::string& reason) const {
+    return {{LOG_ERR, "settings not saved to " + primary + ": " + reason}};
   }
 
   const std::string primary = paths().primary_partition;
@@ -367,6 +381,7 @@ TEST_F(SettingsBlock, TheLargestBlockIsWrittenAndTheNextRefused) {
   EXPECT_EQ(flash().writes.size(), 1u);
   EXPECT_TRUE(read_block(primary) == fits);
   EXPECT_TRUE(read_file(plain_copy) == too_large);
+  EXPECT_EQ(system_log().lines, logged("the block would have 65536 bytes, 65535 are the most"));
 }
 
 TEST_F(SettingsBlock, ATextThatNoReaderWouldTakeIsRefused) {
@@ -376,19 +391,64 @@ TEST_F(SettingsBlock, ATextThatNoReaderWouldTakeIsRefused) {
   EXPECT_EQ(write(longest + 'a'), -100);
   EXPECT_EQ(flash().writes.size(), 1u);
   EXPECT_EQ(std::filesystem::file_size(plain_copy), 2097153u);
+  EXPECT_EQ(system_log().lines, logged("the text would have 2097153 bytes, 2097152 are the most"));
 }
 
 TEST_F(SettingsBlock, NoTextIsRefused) {
   EXPECT_EQ(CM_UTL_SetMTDBlockSettings(primary.c_str(), nullptr), -100);
   EXPECT_TRUE(flash().writes.empty());
   EXPECT_FALSE(test::file_exists(plain_copy));
+  EXPECT_TRUE(system_log().lines.empty());
 }
 
-TEST_F(SettingsBlock, AFailingFlashGivesOne) {
+TEST_F(SettingsBlock, AFailingFlashIsTriedThreeTimesAndGivesOne) {
   flash().fails = true;
   EXPECT_EQ(write(kSmallText), 1);
-  EXPECT_EQ(flash().writes.size(), 1u);
+  EXPECT_EQ(flash().writes.size(), 3u);
   EXPECT_EQ(read_file(plain_copy), kSmallText);
+  EXPECT_EQ(system_log().lines, logged("the flash does not take them"));
+}
+
+TEST_F(SettingsBlock, TheLogHasTheReasonThatTheFlashTells) {
+  flash().fails = true;
+  flash().reason = ENODEV;
+  EXPECT_EQ(write(kSmallText), 1);
+  EXPECT_EQ(system_log().lines, logged("No such device"));
+}
+
+TEST_F(SettingsBlock, AFlashThatFailsTwiceGetsItsBlock) {
+  for (const std::size_t failures : {1u, 2u}) {
+    flash() = {};
+    flash().refuses = [=](const auto&) { return flash().writes.size() <= failures; };
+    EXPECT_EQ(write(kSmallText), CM_OK);
+    EXPECT_EQ(flash().writes.size(), failures + 1);
+    EXPECT_EQ(read_block(primary), kSmallText);
+    std::filesystem::remove(primary);
+  }
+  EXPECT_TRUE(system_log().lines.empty());
+}
+
+TEST_F(SettingsBlock, AFlashThatTellsOfSuccessIsNotBelieved) {
+  ASSERT_EQ(write("as it was"), CM_OK);
+  flash() = {};
+  flash().lies = 2;
+  EXPECT_EQ(write(kSmallText), CM_OK);
+  EXPECT_EQ(flash().writes.size(), 3u);
+  EXPECT_EQ(read_block(primary), kSmallText);
+  EXPECT_TRUE(system_log().lines.empty());
+
+  flash().lies = 3;
+  EXPECT_EQ(write("what comes next"), CM_NOT_WRITTEN);
+  EXPECT_EQ(flash().writes.size(), 6u);
+  EXPECT_EQ(read_block(primary), kSmallText);
+  EXPECT_EQ(system_log().lines, logged("the flash does not take them"));
+}
+
+TEST_F(SettingsBlock, ABlockThatCannotBeReadBackIsNotWritten) {
+  std::filesystem::remove(primary);
+  flash().lies = 3;
+  EXPECT_EQ(write(kSmallText), CM_NOT_WRITTEN);
+  EXPECT_EQ(system_log().lines, logged("No such file or directory"));
 }
 
 TEST_F(SettingsBlock, AFailingCompressionLeavesEverything) {
@@ -396,6 +456,7 @@ TEST_F(SettingsBlock, AFailingCompressionLeavesEverything) {
   EXPECT_EQ(write(kSmallText), -100);
   EXPECT_TRUE(flash().writes.empty());
   EXPECT_FALSE(test::file_exists(plain_copy));
+  EXPECT_EQ(system_log().lines, logged("out of memory"));
   write_file(primary, "as it was");
   EXPECT_EQ(write_settings_file(primary.c_str(), kSmallText, 1), -100);
   EXPECT_EQ(read_file(primary), "as it was");
@@ -411,12 +472,15 @@ TEST_F(SettingsBlock, WithoutMemoryNothingIsWritten) {
                 },
                 [&] { result = write(kSmallText); },
                 [&] {
-                  EXPECT_EQ(result, CM_NO_MEMORY);
-                  EXPECT_TRUE(flash().writes.empty());
-                  EXPECT_FALSE(test::file_exists(plain_copy));
+                  // What is missing for a moment is asked for again.
+                  const bool written = system_log().lines.empty();
+                  EXPECT_EQ(result, written ? CM_OK : CM_NO_MEMORY);
+                  EXPECT_EQ(flash().writes.size(), written ? 1u : 0u);
+                  EXPECT_EQ(test::file_exists(plain_copy), written);
                 }),
             2u);
   EXPECT_EQ(result, CM_OK);
+  EXPECT_EQ(system_log().lines, logged("out of memory"));
 }
 
 TEST_F(SettingsBlock, WithoutMemoryNothingIsReadAndTheCarriedWordStays) {
@@ -448,6 +512,33 @@ TEST_F(SettingsBlock, ReaderAndWriterSayNothing) {
             "");
 }
 
+// --- Blocks that are to be none ---
+
+TEST_F(SettingsBlock, ADiscardedBlockIsNone) {
+  ASSERT_EQ(write(kSmallText), CM_OK);
+  const std::string before = read_file(primary);
+  EXPECT_EQ(discard_settings_block(primary.c_str()), CM_OK);
+  EXPECT_EQ(read_block(primary), "<none>");
+  EXPECT_EQ(read_file(primary), std::string(40, '\xFF') + before.substr(40));
+}
+
+TEST_F(SettingsBlock, ABlockThatCannotBeDiscardedStays) {
+  ASSERT_EQ(write(kSmallText), CM_OK);
+  flash().writes.clear();
+  flash().refuses = [](const auto&) { return flash().writes.size() <= 2; };
+  EXPECT_EQ(discard_settings_block(primary.c_str()), CM_OK);
+  ASSERT_EQ(write(kSmallText), CM_OK);
+  flash().writes.clear();
+  flash().fails = true;
+  EXPECT_EQ(discard_settings_block(primary.c_str()), CM_NOT_WRITTEN);
+  EXPECT_EQ(flash().writes.size(), 3u);
+  EXPECT_EQ(read_block(primary), kSmallText);
+  flash().fails = false;
+  flash().lies = 3;
+  EXPECT_EQ(discard_settings_block(primary.c_str()), CM_NOT_WRITTEN);
+  EXPECT_TRUE(system_log().lines.empty());
+}
+
 // --- The plain copy ---
 
 TEST_F(SettingsBlock, ThePlainCopyIsTheTextOfTheLastBlock) {
@@ -460,25 +551,55 @@ TEST_F(SettingsBlock, ThePlainCopyIsTheTextOfTheLastBlock) {
   EXPECT_EQ(made.st_mode & 07777u, 0600u) << "it holds passwords";
 }
 
+TEST_F(SettingsBlock, AFileInPlaceOfTheCopyIsReplacedNotFilled) {
+  // Laid there to be read by its owner later, and held open already.
+  write_file(plain_copy, "of somebody else");
+  ASSERT_EQ(chmod(plain_copy.c_str(), 0666), 0);
+  const int reader = open(plain_copy.c_str(), O_RDONLY);
+  ASSERT_GE(reader, 0);
+  EXPECT_EQ(write(kSmallText), CM_OK);
+  char bytes[64] = {};
+  EXPECT_EQ(read(reader, bytes, sizeof bytes), 16);
+  close(reader);
+  EXPECT_STREQ(bytes, "of somebody else");
+  struct stat made;
+  ASSERT_EQ(stat(plain_copy.c_str(), &made), 0);
+  EXPECT_EQ(made.st_mode & 07777u, 0600u);
+  EXPECT_EQ(made.st_uid, geteuid());
+  EXPECT_EQ(read_file(plain_copy), kSmallText);
+}
+
+TEST_F(SettingsBlock, AFileWithASecondNameKeepsItsContent) {
+  const std::string victim = test::sandbox_root() + "/etc/victim";
+  write_file(victim, "of somebody else");
+  std::filesystem::create_hard_link(victim, plain_copy);
+  EXPECT_EQ(write(kSmallText), CM_OK);
+  EXPECT_EQ(read_file(victim), "of somebody else");
+  EXPECT_EQ(read_file(plain_copy), kSmallText);
+}
+
 TEST_F(SettingsBlock, AFolderInPlaceOfTheCopyDoesNotHinder) {
   std::filesystem::create_directory(plain_copy);
   EXPECT_EQ(write(kSmallText), CM_OK);
   EXPECT_EQ(read_block(primary), kSmallText);
 }
 
-TEST_F(SettingsBlock, AFifoInPlaceOfTheCopyDoesNotHinder) {
+TEST_F(SettingsBlock, AFifoInPlaceOfTheCopyIsReplaced) {
   ASSERT_EQ(mkfifo(plain_copy.c_str(), 0600), 0);
   EXPECT_EQ(write(kSmallText), CM_OK);
   EXPECT_EQ(read_block(primary), kSmallText);
+  EXPECT_EQ(read_file(plain_copy), kSmallText);
 }
 
-TEST_F(SettingsBlock, ALinkInPlaceOfTheCopyIsNotFollowed) {
+TEST_F(SettingsBlock, ALinkInPlaceOfTheCopyIsReplacedNotFollowed) {
   const std::string victim = test::sandbox_root() + "/etc/victim";
   write_file(victim, "of somebody else");
   std::filesystem::create_symlink(victim, plain_copy);
   EXPECT_EQ(write(kSmallText), CM_OK);
   EXPECT_EQ(read_block(primary), kSmallText);
   EXPECT_EQ(read_file(victim), "of somebody else");
+  EXPECT_FALSE(std::filesystem::is_symlink(plain_copy));
+  EXPECT_EQ(read_file(plain_copy), kSmallText);
 }
 
 TEST_F(SettingsBlock, ACopyThatFindsNoRoomDoesNotHinder) {

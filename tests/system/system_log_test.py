@@ -17,8 +17,9 @@ from daemon_requests import ROOT, Client
 from sandbox import Sandbox
 
 TABLE = ROOT + "Layer3Forwarding.Forwarding."
-# Facility user, priority warning; then the time, without the host's name or a process id.
-LINE = r"^<12>[A-Z][a-z]{2} [ \d]\d \d\d:\d\d:\d\d \[CONFIG\]: "
+# Facility user and a priority; then the time, without the host's name or a process id.
+LINE = r"^<%d>[A-Z][a-z]{2} [ \d]\d \d\d:\d\d:\d\d \[CONFIG\]: "
+WARNING, ERROR = 12, 11
 
 
 class SystemLog(unittest.TestCase):
@@ -41,7 +42,7 @@ class SystemLog(unittest.TestCase):
         log.settimeout(0)
         return log
 
-    def assert_lines(self, log, *wanted):
+    def assert_lines(self, log, *wanted, priority=WARNING):
         """What came since the last look; a request's line is sent before its answer."""
         lines = []
         try:
@@ -51,7 +52,7 @@ class SystemLog(unittest.TestCase):
             pass
         self.assertEqual(len(lines), len(wanted), lines)
         for line, text in zip(lines, wanted):
-            self.assertRegex(line, LINE)
+            self.assertRegex(line, LINE % priority)
             self.assertEqual(line.split("[CONFIG]: ", 1)[1], text)
 
     def test_instances_come_and_go(self):
@@ -86,13 +87,29 @@ class SystemLog(unittest.TestCase):
         self.assertEqual(self.client.ask("13", TABLE + "%s%n."), [b"2\0"])
         self.assert_lines(log)
 
+    def test_settings_that_are_not_saved(self):
+        log = self.listen()
+        self.sandbox.start()
+        primary, backup = (f"{self.sandbox.folder}/dev/{name}" for name in ("mtd9", "mtd10"))
+        for partition in primary, backup:
+            os.unlink(partition)
+            os.mkdir(partition)
+        self.assertEqual(self.client.ask("19"), [b"0\0"])
+        self.assert_lines(log, *(f"settings not saved to {partition}: Is a directory" for partition in (primary, backup)),
+                          priority=ERROR)
+        server = ROOT + "Time.NTPServer1"
+        self.client.ask("0", server, "x" * 2048)
+        self.assertEqual(self.client.ask("19"), [b"156\0"])
+        self.assert_lines(log, f"settings not saved to flash: the attributes of {server} take more than 2047 characters",
+                          priority=ERROR)
+
     def test_a_log_that_stands_still_does_not_hold_the_service(self):
         log = self.listen()
         self.sandbox.start()
         for number in range(41, 81):
             self.assertEqual(self.client.ask("10", TABLE, str(number)), [b"0\0"])
         first = log.recv(65536).decode().rstrip("\0")
-        self.assertRegex(first, LINE + "Add object .* instance 41$")
+        self.assertRegex(first, LINE % WARNING + "Add object .* instance 41$")
         with self.assertRaises(BlockingIOError):
             while True:
                 log.recv(65536)

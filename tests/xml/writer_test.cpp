@@ -3,12 +3,13 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdio>
-#include <cstring>
 #include <filesystem>
+#include <functional>
 #include <random>
 #include <string>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <syslog.h>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -18,6 +19,7 @@
 #include "platform/getters.h"
 #include "storage/file.h"
 #include "storage/settings_block.h"
+#include "tests/rpc/system_log.h"
 #include "tests/storage/scripted_flash.h"
 #include "tests/support/capture.h"
 #include "tests/support/failing_heap.h"
@@ -29,27 +31,18 @@
 
 namespace {
 
-/// Opening the temporary file by its name, which the writer does when it reads it back.
-struct Reopening {
-  bool fails = false;
-  mode_t mode = 0;  ///< of the file as it was found
-};
-Reopening reopening;
+/// What happens while a text is being written: at each attribute.
+std::function<void()> meanwhile;
 
 }  // namespace
 
 extern "C" {
 
-std::FILE* __real_fopen64(const char* path, const char* mode);
+char* __real_string_encode(char quote, const char* text);
 
-std::FILE* __wrap_fopen64(const char* path, const char* mode) {
-  if (std::strcmp(path, gwconf::paths().temporary_output) == 0) {
-    struct stat file {};
-    stat(path, &file);
-    reopening.mode = file.st_mode;
-    if (reopening.fails) return nullptr;
-  }
-  return __real_fopen64(path, mode);
+char* __wrap_string_encode(char quote, const char* text) {
+  if (meanwhile) meanwhile();
+  return __real_string_encode(quote, text);
 }
 
 }  // extern "C"
@@ -93,7 +86,8 @@ class Writer : public testing::Test {
   void SetUp() override {
     test::clear_sandbox();
     flash() = {};
-    reopening = {};
+    meanwhile = nullptr;
+    test::system_log() = {};
     blocks_ = live_blocks();
   }
   void TearDown() override {
@@ -568,6 +562,44 @@ TEST_F(Writer, ATreeMayBeDeep) {
   EXPECT_EQ(written(root.get()).size(), 12U + kDepth * (46U + 10U) + 13U);
 }
 
+/// The lines about texts that could not be built.
+std::vector<test::LogLine> logged(const std::string& reason) {
+  return {{LOG_ERR, "settings not saved to flash: " + reason}};
+}
+
+TEST_F(Writer, TheLogNamesTheRecordWhoseListIsTooLong) {
+  const NodePtr root = build_tree(
+      "A.\n"
+      "  p [8] = 1\n"
+      "  B%s.\n"
+      "    q%n [8] = " +
+      std::string(2'048, 'v') + "\n");
+  EXPECT_TRUE(fails(root.get()));
+  log_failed_rendering("flash");
+  EXPECT_EQ(test::system_log().lines,
+            logged("the attributes of A.B%s.q%n take more than 2047 characters"));
+
+  // An object has but its name.
+  test::system_log() = {};
+  const std::string name = "N" + std::string(2'048, 'n') + ".";
+  const NodePtr object = build_tree("A.\n  " + name + " [8]\n");
+  EXPECT_TRUE(fails(object.get()));
+  log_failed_rendering("flash");
+  EXPECT_EQ(test::system_log().lines,
+            logged("the attributes of A." + name + " take more than 2047 characters"));
+}
+
+TEST_F(Writer, TheLogNamesNoRecordForOtherReasons) {
+  EXPECT_TRUE(fails(tree_of(std::string(2'048, 'v')).get()));
+  const NodePtr root = tree_of("1");
+  {
+    const test::FailingHeap heap{1, test::FailingHeap::Kind::kFromThenOn};
+    EXPECT_TRUE(fails(root.get()));
+  }
+  log_failed_rendering("flash");
+  EXPECT_EQ(test::system_log().lines, logged("no tree, no memory, or more than 2097152 bytes"));
+}
+
 TEST_F(Writer, WithoutATreeThereIsNoText) {
   OwnedText text;
   ASSERT_TRUE(text.assign("old"));
@@ -590,29 +622,45 @@ TEST_F(Writer, ALinkInTheWayIsRemovedNotFollowed) {
   EXPECT_EQ(read_file(other), "kept");
 }
 
-TEST_F(Writer, AFolderInTheWayFailsTheSave) {
+TEST_F(Writer, AFolderInTheWayDoesNotHinder) {
   write_file(temporary + "/file", "kept");
-  EXPECT_TRUE(fails(build_tree("A.\n").get()));
+  EXPECT_EQ(written("A.\n"), kNothing);
+  EXPECT_EQ(written(golden_tree().get()), data_file("user_settings.xml"));
   EXPECT_EQ(read_file(temporary + "/file"), "kept");
   std::filesystem::remove_all(temporary);
 }
 
-TEST_F(Writer, AMissingFolderFailsTheSave) {
+TEST_F(Writer, AnEmptyFolderInTheWayIsRemoved) {
+  std::filesystem::create_directory(temporary);
+  EXPECT_EQ(written("A.\n"), kNothing);
+}
+
+TEST_F(Writer, AMissingFolderDoesNotHinder) {
   std::filesystem::remove_all(test::sandbox_root() + "/tmp");
-  EXPECT_TRUE(fails(build_tree("A.\n").get()));
+  EXPECT_EQ(written("A.\n"), kNothing);
   test::clear_sandbox();
 }
 
 TEST_F(Writer, TheTemporaryFileIsItsOwnersAlone) {
+  mode_t mode = 0;
+  meanwhile = [&] {
+    struct stat file {};
+    stat(temporary.c_str(), &file);
+    mode = file.st_mode;
+  };
   const mode_t mask = umask(0);
   EXPECT_FALSE(fails(tree_of("secret").get()));
   umask(mask);
-  EXPECT_EQ(reopening.mode, S_IFREG | 0600U);
+  EXPECT_EQ(mode, S_IFREG | 0600U);
 }
 
-TEST_F(Writer, AFileThatCannotBeReopenedFailsTheSave) {
-  reopening.fails = true;
-  EXPECT_TRUE(fails(tree_of("1").get()));
+TEST_F(Writer, AFileExchangedMeanwhileIsNotRead) {
+  meanwhile = [this] {
+    std::filesystem::remove(temporary);
+    write_file(temporary, "<DATAMODEL>of somebody else</DATAMODEL>");
+  };
+  const std::string text = written(tree_of("1").get());
+  EXPECT_EQ(full_outline_of(load(text).get()), "A.\n  p 2(0..0) = 1\n");
 }
 
 /// No file grows beyond `size` bytes while this lives.
@@ -635,32 +683,42 @@ class FileSizeLimit {
   rlimit before_ = {};
 };
 
-TEST_F(Writer, AFileCutAnywhereFailsTheSave) {
+TEST_F(Writer, AFileCutAnywhereDoesNotHinder) {
   const NodePtr root = golden_tree();
   const std::string whole = written(root.get());
   for (std::size_t size = 0; size <= whole.size(); ++size) {
-    OwnedText text;
-    Status status = CM_OK;
-    {
-      const FileSizeLimit limit{size};
-      status = VT_CM_RAM2XML(&text, root.get());
-    }
-    EXPECT_EQ(status, size < whole.size() ? CM_INVALID : CM_OK) << size;
-    EXPECT_EQ(static_cast<bool>(text), size == whole.size()) << size;
+    const FileSizeLimit limit{size};
+    EXPECT_EQ(written(root.get()), whole) << size;
     EXPECT_FALSE(file_exists(temporary)) << size;
   }
 }
 
-TEST_F(Writer, ALongFileCutInTheMiddleFailsTheSave) {
-  const NodePtr root = tree_for_text_of(100'000);
-  OwnedText text;
+TEST_F(Writer, ALongTextHasRoomInMemoryToo) {
+  const FileSizeLimit limit{50'000};
+  EXPECT_EQ(written(tree_for_text_of(2'097'152).get()).size(), 2'097'152U);
+  EXPECT_TRUE(fails(tree_for_text_of(2'097'153).get()));
+  EXPECT_TRUE(fails(tree_for_text_of(3'000'000).get()));
+}
+
+TEST_F(Writer, WithoutAFileAndWithoutMemoryTheSaveFails) {
+  const NodePtr root = golden_tree();
   Status status = CM_OK;
-  {
-    const FileSizeLimit limit{50'000};
-    status = VT_CM_RAM2XML(&text, root.get());
-  }
-  EXPECT_EQ(status, CM_INVALID);
-  EXPECT_FALSE(text);
+  bool there_is_text = false;
+  write_file(temporary + "/file", "");
+  const std::size_t runs = test::sweep_allocations([] {},
+                                                   [&] {
+                                                     OwnedText out;
+                                                     status = VT_CM_RAM2XML(&out, root.get());
+                                                     there_is_text = static_cast<bool>(out);
+                                                   },
+                                                   [&] {
+                                                     EXPECT_EQ(status, CM_INVALID);
+                                                     EXPECT_FALSE(there_is_text);
+                                                   });
+  EXPECT_GT(runs, 180U);
+  EXPECT_EQ(status, CM_OK);
+  EXPECT_TRUE(there_is_text);
+  std::filesystem::remove_all(temporary);
 }
 
 TEST_F(Writer, EveryPieceIsCheckedAsItIsWritten) {
@@ -712,8 +770,17 @@ TEST_F(Writer, StoresTheTextAsABlock) {
 TEST_F(Writer, AFailedFlashWriteIsNotReported) {
   flash().fails = true;
   EXPECT_EQ(CM_RAM2XML(primary.c_str(), tree_of("1").get()), 0);
-  EXPECT_EQ(flash().writes.size(), 1U);
+  EXPECT_EQ(flash().writes.size(), 3U);
   EXPECT_FALSE(file_exists(primary));
+  // But to whom asks.
+  Status stored = CM_OK;
+  EXPECT_EQ(CM_RAM2XML(primary.c_str(), tree_of("1").get(), &stored), 0);
+  EXPECT_EQ(stored, CM_NOT_WRITTEN);
+  flash().fails = false;
+  EXPECT_EQ(CM_RAM2XML(primary.c_str(), tree_of("1").get(), &stored), 0);
+  EXPECT_EQ(stored, CM_OK);
+  EXPECT_EQ(CM_RAM2XML(primary.c_str(), nullptr, &stored), 156);
+  EXPECT_EQ(stored, CM_INVALID);
 }
 
 TEST_F(Writer, ABlockTooLargeIsNotReported) {
@@ -733,9 +800,6 @@ TEST_F(Writer, ABlockTooLargeIsNotReported) {
 TEST_F(Writer, AFailedRenderingLeavesFlashAlone) {
   EXPECT_EQ(CM_RAM2XML(primary.c_str(), tree_of(std::string(2'048, 'v')).get()), 156);
   EXPECT_EQ(CM_RAM2XML(primary.c_str(), nullptr), 156);
-  write_file(temporary + "/file", "");
-  EXPECT_EQ(CM_RAM2XML(primary.c_str(), tree_of("1").get()), 156);
-  std::filesystem::remove_all(temporary);
   EXPECT_TRUE(flash().writes.empty());
   EXPECT_FALSE(file_exists(primary));
 }
@@ -775,10 +839,10 @@ TEST_F(Writer, AFailedAllocationLeavesTheOldBlockOrTheNew) {
       },
       [&] { result = CM_RAM2XML(primary.c_str(), root.get()); },
       [&] {
-        // Without memory for the block itself the result stays that of the rendering.
+        // Memory for the block itself is asked for again. Without it the result stays that of the
+        // rendering.
         EXPECT_TRUE(result == 156 || result == 0) << int{result};
-        EXPECT_TRUE(flash().writes.empty());
-        EXPECT_EQ(block_text(primary), old_text);
+        EXPECT_EQ(block_text(primary), flash().writes.empty() ? old_text : new_text);
         EXPECT_FALSE(file_exists(temporary));
       });
   EXPECT_EQ(result, 0);
