@@ -1,7 +1,6 @@
 #include "tools/offline/block_image.h"
 
 #include <algorithm>
-#include <cstdio>
 
 #include "storage/big_endian.h"
 #include "storage/crc32.h"
@@ -15,12 +14,6 @@ namespace {
 
 constexpr std::string_view kDocumentCheck = "document";
 
-[[nodiscard]] std::string hexadecimal(std::uint32_t word) {
-  char text[16];
-  std::snprintf(text, sizeof text, "0x%08x", word);
-  return text;
-}
-
 /// What a partition without a block usually holds.
 [[nodiscard]] std::string described(const std::string& bytes) {
   if (bytes.empty()) return "the file is empty";
@@ -30,7 +23,8 @@ constexpr std::string_view kDocumentCheck = "document";
   if (all('\xFF')) return "erased flash";
   if (all('\0')) return "nothing but zeros";
   if (bytes.size() < block::kDataAt)
-    return "the file has " + counted(bytes.size(), "byte") + ", a header 40";
+    return "the file has " + counted(bytes.size(), "byte") + ", a header " +
+           std::to_string(block::kDataAt);
   return {};
 }
 
@@ -93,7 +87,9 @@ void BlockImage::run_checks(const std::string& bytes) {
               std::to_string(header_.text_length) + " is not between 1 and " +
                   std::to_string(block::kTextMax)))
     return;
-  if (!expect("stream", inflate(data), "the data is no whole zlib stream of at most 2097152 bytes"))
+  if (!expect("stream", inflate(data),
+              "the data is no whole zlib stream of at most " + std::to_string(block::kTextMax - 1) +
+                  " bytes"))
     return;
   if (!expect("text length", text_.size() + 1 == header_.text_length,
               "the header says " + std::to_string(header_.text_length) + ", the text has " +

@@ -21,11 +21,11 @@ class BlockImage {
 
   [[nodiscard]] const std::string& file() const { return file_; }
   [[nodiscard]] const std::vector<Check>& checks() const { return checks_; }
-  /// The check that failed; none for a good block.
+  /// The check that failed; null for a good block.
   [[nodiscard]] const Check* failure() const;
   /// Whether the block can be unpacked, be its text a configuration or not.
   [[nodiscard]] bool is_intact() const;
-  /// Whether the daemon's reader gives a text for the file.
+  /// Whether the daemon's reader returns a text for the file.
   [[nodiscard]] bool daemon_reads() const { return daemon_reads_; }
 
   /// The words of the header; 0 where the file is too short for them.

@@ -1,5 +1,4 @@
-#include "tools/offline/check.h"
-
+#include <algorithm>
 #include <array>
 #include <filesystem>
 #include <optional>
@@ -7,12 +6,20 @@
 #include "tools/base/failure.h"
 #include "tools/offline/checked_file.h"
 #include "tools/offline/finding_printer.h"
+#include "tools/offline/verbs.h"
 
 namespace gwconf::tool {
 namespace {
 
-/// Findings past this are counted, not told.
-constexpr std::size_t kToldMax = 1000;
+/// Findings past this are counted, but not listed.
+constexpr std::size_t kListedFindingsMax = 1000;
+
+struct CheckOptions {
+  std::vector<std::string> files;
+  bool standard = false;
+  std::string facts;   ///< empty for the usual file
+  bool rules = false;  ///< list the rules, and check nothing
+};
 
 /// How many findings of each severity.
 class Tally {
@@ -43,17 +50,17 @@ class Tally {
 void print(const Output& output, const std::string& file, const CheckedFile& checked,
            const Tally& tally) {
   const FindingPrinter printer{output, checked, file};
-  std::size_t told = 0;
-  for (const Finding& finding : checked.findings()) {
-    if (told++ == kToldMax) break;
-    printer.print(finding);
-  }
+  const Findings& findings = checked.findings();
+  const std::size_t listed = std::min(findings.size(), kListedFindingsMax);
+  for (std::size_t number = 0; number < listed; ++number)
+    printer.print(findings[number]);
   std::string summary = harmless(file) + ": " + tally.text();
-  if (told > kToldMax) summary += "; only the first 1000 are listed";
+  if (listed < findings.size())
+    summary += "; only the first " + std::to_string(listed) + " are listed";
   output.line(summary);
 }
 
-/// Without them a check is a little stricter; only departures from them cannot be told.
+/// Without the facts a check is a little stricter. Only departures from the standard need them.
 [[nodiscard]] std::optional<Facts> load_facts(const CheckOptions& options) {
   const std::string file = facts_file(options.facts);
   std::error_code error;
@@ -67,7 +74,7 @@ void print(const Output& output, const std::string& file, const CheckedFile& che
   const Lines lines{checked.text()};
   Json rows = Json::array();
   for (const Finding& finding : checked.findings()) {
-    if (rows.size() == kToldMax) break;
+    if (rows.size() == kListedFindingsMax) break;
     const RuleRow& rule = row_of(finding.rule);
     const Position position = lines.position(finding.at);
     Json row{{"rule", rule.id},
@@ -87,9 +94,24 @@ void print(const Output& output, const std::string& file, const CheckedFile& che
           {"findings", std::move(rows)}};
 }
 
-}  // namespace
+[[nodiscard]] Exit list_rules(const Session& session) {
+  Json rows = Json::array();
+  for (const RuleRow& rule : rule_table) {
+    if (session.output.json())
+      rows.push_back({{"rule", rule.id},
+                      {"severity", severity_text(rule.severity)},
+                      {"title", title_of(rule)}});
+    else
+      session.output.line(std::string{rule.id} + ' ' + std::string{severity_text(rule.severity)} +
+                          ": " + title_of(rule));
+  }
+  if (session.output.json()) session.output.document(rows);
+  return Exit::kDone;
+}
 
-Exit check(const Session& session, const CheckOptions& options) {
+/// Errors and warnings are findings; notes alone are not. A file that cannot be read does not keep
+/// the others from being checked.
+[[nodiscard]] Exit check_files(const Session& session, const CheckOptions& options) {
   const std::optional<Facts> facts = load_facts(options);
   Exit exit = Exit::kDone;
   Json rows = Json::array();
@@ -112,18 +134,24 @@ Exit check(const Session& session, const CheckOptions& options) {
   return exit;
 }
 
-Exit list_rules(const Session& session) {
-  Json rows = Json::array();
-  for (const RuleRow& rule : rule_table) {
-    if (session.output.json())
-      rows.push_back(
-          {{"rule", rule.id}, {"severity", severity_text(rule.severity)}, {"title", rule.title}});
-    else
-      session.output.line(std::string{rule.id} + ' ' + std::string{severity_text(rule.severity)} +
-                          ": " + std::string{rule.title});
-  }
-  if (session.output.json()) session.output.document(rows);
-  return Exit::kDone;
+[[nodiscard]] Exit check(const Session& session, const CheckOptions& options) {
+  return options.rules ? list_rules(session) : check_files(session, options);
+}
+
+}  // namespace
+
+void add_check(VerbList& verbs) {
+  std::shared_ptr<CheckOptions> options;
+  CLI::App* verb = verbs.add("check", "Check factory defaults; docs/check-rules.md lists the rules",
+                             "gwctl check --standard models/home-gateway.xml", check, &options);
+  CLI::Option* rules = verb->add_flag("--rules", options->rules, "List the rules");
+  verb->add_option("FILE", options->files, "Files of factory defaults")->excludes(rules);
+  verb->add_flag("--standard", options->standard, "Also look for departures from the standard");
+  verb->add_option("--facts", options->facts, kFactsHelp);
+  // One of the two is needed, which the parser has no word for.
+  verb->parse_complete_callback([options] {
+    if (!options->rules && options->files.empty()) throw CLI::RequiredError{"FILE"};
+  });
 }
 
 }  // namespace gwconf::tool

@@ -8,8 +8,9 @@
 namespace gwconf::tool {
 
 /// The rules that look at one object or parameter: its name, its attributes, its type and value.
-/// `text` is what was scanned; `facts`, which may be none, excuse what the standard wants.
+/// `text` is what was scanned; `facts`, which may be null, excuse what the standard wants.
+/// Appends to `findings`.
 void check_elements(const Outline& outline, std::string_view text, const Facts* facts,
-                    Findings& findings);
+                    Findings* findings);
 
 }  // namespace gwconf::tool

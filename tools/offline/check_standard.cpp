@@ -14,10 +14,6 @@
 namespace gwconf::tool {
 namespace {
 
-[[nodiscard]] bool is_row(const Node& node) {
-  return CM_CORE_CheckIfInstance(node.name.view()) == CM_OK;
-}
-
 [[nodiscard]] bool is_own(std::string_view name) {
   return name.starts_with("X_");
 }
@@ -34,9 +30,8 @@ namespace {
 
 class StandardCheck {
  public:
-  StandardCheck(const LoadedTree& tree, const Facts& facts, const Places& places,
-                Findings& findings)
-      : tree_{tree}, facts_{facts}, places_{places}, findings_{findings} {
+  StandardCheck(const LoadedTree& tree, const Facts& facts, TreeFindings& findings)
+      : tree_{tree}, facts_{facts}, findings_{findings} {
     for (const Fact& fact : facts_.all())
       names_[std::string{holder_of(fact.path)}].push_back(
           fact.kind == Fact::Kind::kParameter ? parameter_name(fact.path) : own_name(fact.path));
@@ -54,7 +49,7 @@ class StandardCheck {
   void note(Rule rule, const std::string& place, const void* record, std::string_view attribute,
             const std::string& message) {
     if (told_.insert(std::string{row_of(rule).id} + place).second)
-      findings_.push_back(places_.finding(rule, record, attribute, message));
+      findings_.add(rule, record, attribute, message);
   }
 
   /// The path below the root in model form, from the holder's, which the walk has met before.
@@ -178,8 +173,7 @@ class StandardCheck {
 
   const LoadedTree& tree_;
   const Facts& facts_;
-  const Places& places_;
-  Findings& findings_;
+  TreeFindings& findings_;
   std::unordered_map<std::string, std::vector<std::string_view>> names_;
   std::unordered_map<const Node*, std::string> paths_;
   std::set<std::string> told_;
@@ -187,9 +181,8 @@ class StandardCheck {
 
 }  // namespace
 
-void check_standard(const LoadedTree& tree, const Facts& facts, const Places& places,
-                    Findings& findings) {
-  StandardCheck{tree, facts, places, findings}.run();
+void check_standard(const LoadedTree& tree, const Facts& facts, TreeFindings& findings) {
+  StandardCheck{tree, facts, findings}.run();
 }
 
 }  // namespace gwconf::tool

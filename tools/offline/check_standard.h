@@ -5,9 +5,8 @@
 
 namespace gwconf::tool {
 
-/// The rules about departures from the standard, each told once for all rows of a table. The tree
-/// is the live one.
-void check_standard(const LoadedTree& tree, const Facts& facts, const Places& places,
-                    Findings& findings);
+/// The rules about departures from the standard, each reported once for all rows of a table. The
+/// tree is the live one.
+void check_standard(const LoadedTree& tree, const Facts& facts, TreeFindings& findings);
 
 }  // namespace gwconf::tool

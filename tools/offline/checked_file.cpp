@@ -8,8 +8,8 @@
 #include "tools/offline/check_elements.h"
 #include "tools/offline/check_standard.h"
 #include "tools/offline/check_tree.h"
+#include "tools/offline/daemon_terms.h"
 #include "tools/offline/text.h"
-#include "xml/vocabulary.h"
 
 namespace gwconf::tool {
 namespace {
@@ -31,12 +31,12 @@ namespace {
 }  // namespace
 
 CheckedFile::CheckedFile(const std::string& file, const Facts* facts, bool standard) {
-  constexpr auto kMost = static_cast<std::size_t>(kDocumentMax);
-  FileContent content = read_file(file, kMost + 1);
-  if (content.size > kMost) {
+  FileContent content = read_file(file, kDocumentBytesMax + 1);
+  if (content.size > kDocumentBytesMax) {
     findings_.push_back({.rule = Rule::kFileTooLarge,
                          .message = "the file has " + std::to_string(content.size) +
-                                    " bytes; the daemon reads no more than 2097152",
+                                    " bytes; the daemon reads no more than " +
+                                    std::to_string(kDocumentBytesMax),
                          .stops = true});
     return;
   }
@@ -67,7 +67,7 @@ void CheckedFile::check(std::string_view text, const Facts* facts, bool standard
   outline_ = outline_of(scan_);
   findings_.insert(findings_.end(), outline_.findings.begin(), outline_.findings.end());
   if (scan_.fault) findings_.push_back(*scan_.fault);
-  check_elements(outline_, text, facts, findings_);
+  check_elements(outline_, text, facts, &findings_);
 
   LoadedTree tree{text};
   loads_ = tree.state() == LoadedTree::State::kLoaded;
@@ -76,9 +76,9 @@ void CheckedFile::check(std::string_view text, const Facts* facts, bool standard
                          .message = "the daemon says " + in_quotes(tree.diagnostics()),
                          .stops = !loads_});
   } else if (loads_) {
-    const Places places{tree, outline_, text};
-    check_tree(tree, places, findings_);
-    if (standard) check_standard(tree, *facts, places, findings_);
+    TreeFindings tree_findings{tree, outline_, text, &findings_};
+    check_tree(tree, tree_findings);
+    if (standard) check_standard(tree, *facts, tree_findings);
   }
 }
 

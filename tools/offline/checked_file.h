@@ -10,8 +10,8 @@ namespace gwconf::tool {
 /// A file of factory defaults with all that was found in it, in the order of the text.
 class CheckedFile {
  public:
-  /// Reads and checks the file, with `standard` for departures from the facts too, which may be
-  /// none otherwise. Throws Failure (kWrongUse) when it cannot be read.
+  /// Reads and checks the file. With `standard` it also looks for departures from the facts, which
+  /// may be null otherwise. Throws Failure (kWrongUse) when it cannot be read.
   CheckedFile(const std::string& file, const Facts* facts, bool standard);
   CheckedFile(const CheckedFile&) = delete;
   CheckedFile& operator=(const CheckedFile&) = delete;

@@ -12,6 +12,8 @@
 #include "core/number.h"
 #include "tools/base/failure.h"
 #include "tools/base/files.h"
+#include "tools/offline/daemon_terms.h"
+#include "tools/offline/text.h"
 
 namespace gwconf::tool {
 namespace {
@@ -24,11 +26,11 @@ class TableReader {
   explicit TableReader(std::string_view text) : rest_{text} {}
 
   /// False behind the last row.
-  bool next(Row& row) {
-    row.clear();
+  bool next(Row* row) {
+    row->clear();
     if (rest_.empty()) return false;
     do
-      row.push_back(field());
+      row->push_back(field());
     while (take(","));
     if (!take("\r\n") && !take("\n") && !rest_.empty()) malformed_ = true;
     return !malformed_;
@@ -73,23 +75,24 @@ constexpr std::array<std::string_view, 13> kColumns = {
     "path",   "kind",    "type",          "min",  "max",    "max_length",     "enumeration",
     "access", "default", "since_version", "list", "status", "count_parameter"};
 
-[[nodiscard]] std::optional<Fact::Kind> kind_of(std::string_view text) {
+[[nodiscard]] std::optional<Fact::Kind> fact_kind(std::string_view text) {
   if (text == "object") return Fact::Kind::kObject;
   if (text == "table") return Fact::Kind::kTable;
   if (text == "parameter") return Fact::Kind::kParameter;
   return {};
 }
 
-[[nodiscard]] std::int64_t number_of(std::string_view text) {
+/// The number in a column of limits; 0 when there is none.
+[[nodiscard]] std::int64_t limit_of(std::string_view text) {
   std::int64_t number = 0;
   std::from_chars(text.data(), text.data() + text.size(), number);
   return number;
 }
 
-/// Limits have 31 bits and a sign in the daemon; a larger bound is none there.
+/// Limits have 31 bits and a sign in the daemon; a larger bound counts as no bound there.
 [[nodiscard]] std::string range_text(const Fact& fact) {
-  const std::int64_t low = number_of(fact.min);
-  std::int64_t high = number_of(fact.max);
+  const std::int64_t low = limit_of(fact.min);
+  std::int64_t high = limit_of(fact.max);
   if (high > std::numeric_limits<std::int32_t>::max()) high = 0;
   if (high != 0) return '[' + std::to_string(low) + ':' + std::to_string(high) + ']';
   return low != 0 ? '[' + std::to_string(low) + ":]" : "";
@@ -107,7 +110,7 @@ Facts::Facts(const std::string& file) {
   TableReader reader{text};
   Row row;
   std::array<std::size_t, kColumns.size()> places{};
-  if (reader.next(row)) {
+  if (reader.next(&row)) {
     for (std::size_t column = 0; column < kColumns.size(); ++column)
       places[column] = static_cast<std::size_t>(
           std::find(row.begin(), row.end(), kColumns[column]) - row.begin());
@@ -115,10 +118,10 @@ Facts::Facts(const std::string& file) {
   const std::size_t columns = row.size();
   if (columns == 0 || *std::max_element(places.begin(), places.end()) >= columns)
     throw refused(file, "is no table of facts: a column is missing");
-  while (reader.next(row)) {
+  while (reader.next(&row)) {
     const auto column = [&](std::size_t number) { return row[places[number]]; };
     const std::optional<Fact::Kind> kind =
-        row.size() == columns ? kind_of(column(1)) : std::nullopt;
+        row.size() == columns ? fact_kind(column(1)) : std::nullopt;
     if (!kind) throw refused(file, "row " + std::to_string(facts_.size() + 2) + " is no fact");
     std::string path = column(0);
     if (path.starts_with(kRootSegment)) path.erase(0, kRootSegment.size());
@@ -167,20 +170,42 @@ std::string facts_file(const std::string& asked) {
 
 std::string type_text(const Fact& parameter) {
   const std::string& kind = parameter.type;
-  const std::int64_t length = number_of(parameter.max_length);
+  const std::int64_t length = limit_of(parameter.max_length);
   // A list is more than one value of its item type. An enumeration travels beside a plain string:
   // a length would be lost with the first save.
-  if (parameter.is_list) return "string" + length_text(length);
-  if (!parameter.enumeration.empty()) return "string";
-  if (kind == "string" || kind == "Alias" || kind == "UUID") return "string" + length_text(length);
-  if (kind == "hexBinary") return "string" + length_text(2 * length);  // the facts count bytes
-  if (kind == "base64") return "base64" + length_text(length);
-  if (kind == "int" || kind == "long") return "int" + range_text(parameter);
-  if (kind == "unsignedInt" || kind == "unsignedLong") return "unsignedInt" + range_text(parameter);
-  if (kind == "IPAddress") return parameter.path.ends_with("Mask") ? "netmask" : "ipAddress";
-  if (kind == "MACAddress") return "macAddress";
-  if (kind == "boolean" || kind == "dateTime") return kind;
+  if (parameter.is_list) return type_name(kString) + length_text(length);
+  if (!parameter.enumeration.empty()) return type_name(kString);
+  if (kind == "string" || kind == "Alias" || kind == "UUID")
+    return type_name(kString) + length_text(length);
+  // The facts count bytes.
+  if (kind == "hexBinary") return type_name(kString) + length_text(2 * length);
+  if (kind == "base64") return type_name(kBase64) + length_text(length);
+  if (kind == "int" || kind == "long") return type_name(kInt) + range_text(parameter);
+  if (kind == "unsignedInt" || kind == "unsignedLong")
+    return type_name(kUnsignedInt) + range_text(parameter);
+  if (kind == "IPAddress")
+    return type_name(parameter.path.ends_with("Mask") ? kNetmask : kIpAddress);
+  if (kind == "MACAddress") return type_name(kMacAddress);
+  if (kind == "boolean") return type_name(kBoolean);
+  if (kind == "dateTime") return type_name(kDateTime);
   throw Failure{Exit::kRefused, parameter.path + ": no type for " + kind};
+}
+
+std::optional<ModelVersion> model_version(std::string_view text) {
+  ModelVersion version;
+  if (const std::size_t colon = text.rfind(':'); colon != std::string_view::npos) {
+    version.model = text.substr(0, colon);
+    text.remove_prefix(colon + 1);
+  }
+  for (bool more = true; more;) {
+    const std::size_t dot = text.find('.');
+    more = dot != std::string_view::npos;
+    const std::optional<int> part = whole_number(text.substr(0, dot));
+    if (!part) return {};
+    version.numbers.push_back(*part);
+    if (more) text.remove_prefix(dot + 1);
+  }
+  return version;
 }
 
 std::string_view own_name(std::string_view model_path) {

@@ -41,9 +41,10 @@ class Facts {
   explicit Facts(const std::string& file);
 
   [[nodiscard]] const std::vector<Fact>& all() const { return facts_; }
-  /// The fact at a path in model form, below the root; none when there is none.
+  /// The fact at a path in model form, below the root; null when there is none.
   [[nodiscard]] const Fact* find(std::string_view path) const;
-  /// The fact about a full path of a tree, the root's segment included; none when there is none.
+  /// The fact about a full path of a tree, the root's segment included; null when there is
+  /// none.
   [[nodiscard]] const Fact* at(std::string_view full_path) const;
 
  private:
@@ -52,12 +53,25 @@ class Facts {
 };
 
 /// The facts file: the one that is asked for, else the one that GWCONF_FACTS names, else the
-/// installed one, else the one in the program's own folder, as a build leaves it. There may be none
-/// at that place.
+/// installed one, else the one in the program's own folder, as a build leaves it. The file
+/// need not exist.
 [[nodiscard]] std::string facts_file(const std::string& asked);
+
+/// The help of the option that asks for one.
+inline constexpr const char* kFactsHelp =
+    "The standard's facts (else GWCONF_FACTS, else the installed file)";
 
 /// The type text of a parameter of the standard as the daemon knows types.
 [[nodiscard]] std::string type_text(const Fact& parameter);
+
+/// A version of a data model. "VoiceService:1.0" names both; the gateway's own model has no name.
+struct ModelVersion {
+  std::string_view model;
+  std::vector<int> numbers;  ///< compare as versions do: 1.10 is newer than 1.9
+};
+
+/// The version that a text names, which must outlive it; nothing when it names none.
+[[nodiscard]] std::optional<ModelVersion> model_version(std::string_view text);
 
 /// The object that holds a parameter, an object or a table of the standard.
 [[nodiscard]] std::string_view holder_of(std::string_view model_path);

@@ -14,7 +14,6 @@
 #include "tools/offline/outline.h"
 #include "xml/loader.h"
 #include "xml/reader.h"
-#include "xml/value_type.h"
 #include "xml/writer.h"
 
 namespace gwconf::tool {
@@ -135,12 +134,6 @@ std::string path_of(const Parameter* parameter) {
   ignore(CM_CORE_GetURIByParaNode(parameter, path));
   path.resize(path.find('\0'));
   return path;
-}
-
-std::string type_text(ValueType type, std::int32_t min, std::int32_t max) {
-  std::array<char, 40> text{};
-  CM_GetFullDataTypeString(type, min, max, text);
-  return text.data();
 }
 
 }  // namespace gwconf::tool

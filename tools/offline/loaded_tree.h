@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "core/tree.h"
+#include "tools/offline/daemon_terms.h"
 
 namespace gwconf::tool {
 
@@ -27,10 +28,10 @@ class LoadedTree {
   LoadedTree& operator=(LoadedTree&&) = delete;
 
   [[nodiscard]] State state() const { return state_; }
-  /// What the daemon says about the text on its standard output.
+  /// What the daemon prints about the text on its standard output.
   [[nodiscard]] const std::string& diagnostics() const { return diagnostics_; }
 
-  /// The root, which is the tree's; it may be changed like any other. Never none.
+  /// The root, which is the tree's; it may be changed like any other. Never null.
   [[nodiscard]] Node* root() const { return root_; }
 
   /// Makes this the tree that the daemon's operations by path work on, until it or its successor
@@ -67,11 +68,5 @@ class NodeWalk {
 /// The full path of a record.
 [[nodiscard]] std::string path_of(const Node* node);
 [[nodiscard]] std::string path_of(const Parameter* parameter);
-
-/// A type with its limits, as the daemon writes it.
-[[nodiscard]] std::string type_text(ValueType type, std::int32_t min, std::int32_t max);
-[[nodiscard]] inline std::string type_text(const Parameter& parameter) {
-  return type_text(parameter.type, parameter.min, parameter.max);
-}
 
 }  // namespace gwconf::tool

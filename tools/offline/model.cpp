@@ -1,5 +1,3 @@
-#include "tools/offline/model.h"
-
 #include <filesystem>
 #include <iostream>
 #include <optional>
@@ -11,6 +9,7 @@
 #include "tools/base/files.h"
 #include "tools/offline/profile.h"
 #include "tools/offline/text.h"
+#include "tools/offline/verbs.h"
 #include "xml/vocabulary.h"
 
 namespace gwconf::tool {
@@ -38,9 +37,9 @@ class Document {
     line(0, R"(<?xml version="1.0" encoding="UTF-8"?>)");
     line(0, "<!-- Factory defaults, rendered from " +
                 std::filesystem::path{profile_.file()}.filename().string() + ". -->");
-    line(0, "<DATAMODEL>");
+    line(0, "<" + std::string{kTagDataModel} + ">");
     add_object(profile_.root(), std::string{kRootSegment}, "", 1, false);
-    line(0, "</DATAMODEL>");
+    line(0, "</" + std::string{kTagDataModel} + ">");
     profile_.require_all_used();
     return std::move(text_);
   }
@@ -51,9 +50,12 @@ class Document {
   }
 
   void open(std::size_t depth, const std::string& name, bool writable) {
-    line(depth, "<OBJECT" + attribute(kAttrName, name) + attribute(kAttrType, kTypeObject) +
+    line(depth, "<" + std::string{kTagObject} + attribute(kAttrName, name) +
+                    attribute(kAttrType, kTypeObject) +
                     attribute(kAttrWritable, writable ? "1" : "0") + '>');
   }
+
+  void close(std::size_t depth) { line(depth, "</" + std::string{kTagObject} + ">"); }
 
   /// One object; `path` is its own, below the root.
   void add_object(const ModelObject& object, const std::string& name, const std::string& path,
@@ -78,7 +80,7 @@ class Document {
       else
         add_object(*child, child_name, path + child_name, depth + 1, child->writable);
     }
-    line(depth, "</OBJECT>");
+    close(depth);
   }
 
   /// One table. New rows are copied from the chain of templates that starts at the top, so rows
@@ -92,7 +94,7 @@ class Document {
       const std::string row = std::to_string(number) + '.';
       add_object(table, row, path + row, depth + 1, true);
     }
-    line(depth, "</OBJECT>");
+    close(depth);
   }
 
   void add_parameter(const ModelParameter& parameter, const std::string& path, std::size_t depth,
@@ -100,7 +102,7 @@ class Document {
     const std::string* set = profile_.text(Profile::Verb::kSet, path);
     const std::string* notification = profile_.text(Profile::Verb::kNotify, path);
     const std::string* getter = profile_.text(Profile::Verb::kLive, path);
-    std::string element = "<PARAMETER" + attribute(kAttrName, parameter.name) +
+    std::string element = "<" + std::string{kTagParameter} + attribute(kAttrName, parameter.name) +
                           attribute(kAttrType, parameter.type) +
                           attribute(kAttrValue, escaped(count ? *count
                                                         : set ? *set
@@ -117,24 +119,42 @@ class Document {
   std::string text_;
 };
 
+struct ModelOptions {
+  std::string profile;
+  std::string facts;   ///< empty for the usual file
+  std::string output;  ///< empty for standard output
+};
+
+/// The same input gives the same bytes.
+[[nodiscard]] Exit model(const Session& session, const ModelOptions& options) {
+  const Facts facts{facts_file(options.facts)};
+  Profile profile{facts, options.profile};
+  const std::string text = Document{profile}.render();
+  Json document{{"profile", options.profile}};
+  if (options.output.empty())
+    document["xml"] = text;
+  else
+    document["file"] = options.output;
+  document["bytes"] = text.size();
+
+  if (!options.output.empty()) write_file(options.output, text, Privacy::kEverybody);
+  if (session.output.json())
+    session.output.document(document);
+  else if (options.output.empty())
+    std::cout << text;
+  return Exit::kDone;
+}
+
 }  // namespace
 
-Exit model(const Session& session, const std::string& profile_file, const std::string& facts_path,
-           const std::string& output) {
-  const Facts facts{facts_file(facts_path)};
-  Profile profile{facts, profile_file};
-  const std::string text = Document{profile}.render();
-  if (!output.empty()) {
-    write_file(output, text, Privacy::kEverybody);
-    if (session.output.json())
-      session.output.document(
-          {{"profile", profile_file}, {"file", output}, {"bytes", text.size()}});
-  } else if (session.output.json()) {
-    session.output.document({{"profile", profile_file}, {"xml", text}, {"bytes", text.size()}});
-  } else {
-    std::cout << text;
-  }
-  return Exit::kDone;
+void add_model(VerbList& verbs) {
+  std::shared_ptr<ModelOptions> options;
+  CLI::App* verb =
+      verbs.add("model", "Render a device profile to factory defaults",
+                "gwctl model models/home-gateway.profile -o home-gateway.xml", model, &options);
+  verb->add_option("PROFILE", options->profile, "The device's profile")->required();
+  verb->add_option("--facts", options->facts, kFactsHelp);
+  verb->add_option("-o,--output", options->output, "The file to write (else standard output)");
 }
 
 }  // namespace gwconf::tool

@@ -2,27 +2,24 @@
 
 #include <algorithm>
 #include <set>
-#include <strings.h>
 
 #include "core/path.h"
+#include "tools/offline/daemon_terms.h"
 #include "tools/offline/text.h"
 #include "xml/vocabulary.h"
 
 namespace gwconf::tool {
 namespace {
 
-enum class Kind { kObject, kParameter, kClose, kIgnored };
+/// What the daemon's loader makes of a tag; kClose ends whatever is open.
+enum class TagKind { kObject, kParameter, kClose, kIgnored };
 
-[[nodiscard]] bool is_tag(std::string_view name, std::string_view tag) {
-  return name.size() == tag.size() && strncasecmp(name.data(), tag.data(), tag.size()) == 0;
-}
-
-[[nodiscard]] Kind kind_of(const ScannedItem& item) {
-  if (is_tag(item.name, kTagObject)) return Kind::kObject;
-  if (is_tag(item.name, kTagParameter)) return Kind::kParameter;
+[[nodiscard]] TagKind tag_kind(const ScannedItem& item) {
+  if (same_word(item.name, kTagObject)) return TagKind::kObject;
+  if (same_word(item.name, kTagParameter)) return TagKind::kParameter;
   if (!item.attributes.empty() && item.attributes.front().name == kAttrName)
-    return item.attributes.front().value.ends_with('.') ? Kind::kObject : Kind::kParameter;
-  return item.name == kTagElement ? Kind::kClose : Kind::kIgnored;
+    return item.attributes.front().value.ends_with('.') ? TagKind::kObject : TagKind::kParameter;
+  return item.name == kTagElement ? TagKind::kClose : TagKind::kIgnored;
 }
 
 /// The steps of the daemon's loader, one item after the other. The cursor is the object worked on:
@@ -57,16 +54,16 @@ class Outliner {
     if (item.kind == kXmlHead || item.kind == kXmlComment) return;
     const bool begins = (item.kind & kXmlBegin) != 0;
     const bool ends = (item.kind & kXmlEnd) != 0;
-    switch (kind_of(item)) {
-      case Kind::kObject:
+    switch (tag_kind(item)) {
+      case TagKind::kObject:
         if (begins) open_object(item);
         if (ends) close_object(item);
         break;
-      case Kind::kParameter:
+      case TagKind::kParameter:
         if (begins) open_parameter(item);
         if (ends) close_parameter(item);
         break;
-      case Kind::kClose:
+      case TagKind::kClose:
         if (begins)
           note(Rule::kTagIgnored, item,
                "the daemon passes over an Element whose first attribute is not its name", false);
@@ -75,7 +72,7 @@ class Outliner {
         else
           close_object(item);
         break;
-      case Kind::kIgnored:
+      case TagKind::kIgnored:
         ignore_tag(item);
         break;
     }
@@ -95,38 +92,48 @@ class Outliner {
       open_parameter_ = nullptr;
       ++given_up_;
     }
-    std::size_t parent = kNone;
-    if (cursor_ != kNone) {
-      parent = closed_ ? element(cursor_).parent : cursor_;
-      if (parent == kNone && !second_root_) {
-        second_root_ = true;
-        note(Rule::kSecondRoot, item,
-             "a second root object; the first, " + name_of(0) + ", is closed already", true);
-      }
-    }
+    const std::size_t parent = parent_for(item);
     if (parent != kNone) element(parent).has_children = true;
     const ScannedAttribute* name = item.find(kAttrName);
     Element object{&item, true, parent, name ? name->value : std::string_view{}, 0, false};
     const std::size_t around = parent == kNone ? 0 : element(parent).path_length;
     object.path_length = around + std::max<std::size_t>(object.name.size(), 1);
+    check_object(item, object);
+    cursor_ = outline_.elements.size();
+    closed_ = false;
+    outline_.elements.push_back(object);
+  }
+
+  /// The object around one that begins; kNone for a root.
+  [[nodiscard]] std::size_t parent_for(const ScannedItem& item) {
+    if (cursor_ == kNone) return kNone;
+    const std::size_t parent = closed_ ? element(cursor_).parent : cursor_;
+    if (parent == kNone && !second_root_) {
+      second_root_ = true;
+      note(Rule::kSecondRoot, item,
+           "a second root object; the first, " + name_of(0) + ", is closed already", true);
+    }
+    return parent;
+  }
+
+  void check_object(const ScannedItem& item, const Element& object) {
     for (const char* attribute : {kAttrValue, kAttrEnumeration})
       if (item.find(attribute))
         note(Rule::kObjectWithValue, item, std::string{"an object has no "} + attribute, true);
     if (object.name.size() > kSegmentMax)
       note(Rule::kSegmentTooLong, item,
            "the name has " + std::to_string(object.name.size()) +
-               " characters with its dot; at most 255 can be looked up",
+               " characters with its dot; at most " + std::to_string(kSegmentMax) +
+               " can be looked up",
            true);
     check_path(item, object.path_length);
-    cursor_ = outline_.elements.size();
-    closed_ = false;
-    outline_.elements.push_back(object);
   }
 
   void check_path(const ScannedItem& item, std::size_t length) {
-    if (length < kPathBufferSize) return;
+    if (length <= kPathMax) return;
     note(Rule::kPathTooLong, item,
-         "the path has " + std::to_string(length) + " characters; at most 32768 can be looked up",
+         "the path has " + std::to_string(length) + " characters; at most " +
+             std::to_string(kPathMax) + " can be looked up",
          true);
   }
 
@@ -192,18 +199,20 @@ class Outliner {
       const bool complete = cursor_ == 0 && closed_;
       note(Rule::kParameterNotClosed, *open_parameter_, "the parameter is not closed", !complete);
     }
-    if (outline_.elements.empty()) {
-      const auto stops = [](const Finding& finding) { return finding.stops; };
-      if (std::none_of(outline_.findings.begin(), outline_.findings.end(), stops))
-        outline_.findings.push_back({.rule = Rule::kNoObject,
-                                     .at = scan.items.empty() ? 0 : scan.items.back().at,
-                                     .message = "the file holds no object",
-                                     .stops = true});
-      return;
-    }
+    if (outline_.elements.empty()) return note_no_object(scan);
     std::size_t open = closed_ ? element(cursor_).parent : cursor_;
     for (; open != kNone; open = element(open).parent)
       note(Rule::kObjectNotClosed, *element(open).item, "the object is not closed", true);
+  }
+
+  /// Says so unless something else keeps the text from loading.
+  void note_no_object(const Scan& scan) {
+    const auto stops = [](const Finding& finding) { return finding.stops; };
+    if (std::any_of(outline_.findings.begin(), outline_.findings.end(), stops)) return;
+    outline_.findings.push_back({.rule = Rule::kNoObject,
+                                 .at = scan.items.empty() ? 0 : scan.items.back().at,
+                                 .message = "the file holds no object",
+                                 .stops = true});
   }
 
   Outline outline_;

@@ -11,7 +11,7 @@
 
 namespace gwconf::tool {
 
-/// An object or a parameter of a scanned text, in the place that the daemon's loader gives it.
+/// An object or a parameter of a scanned text, in the place where the daemon's loader puts it.
 struct Element {
   static constexpr std::size_t kNone = std::numeric_limits<std::size_t>::max();
 

@@ -1,5 +1,8 @@
 #include "tools/offline/rules.h"
 
+#include "tools/offline/daemon_terms.h"
+#include "xml/reader.h"
+
 namespace gwconf::tool {
 
 using enum Severity;
@@ -17,9 +20,9 @@ constexpr std::array<RuleRow, kRuleCount> rule_table{{
     {Rule::kEndTagNotBare, "GW108", kError, "end tag with more than its name"},
     {Rule::kCommentNotClosed, "GW109", kError, "comment without its end"},
     {Rule::kHeaderNotClosed, "GW110", kError, "header without its end"},
-    {Rule::kTooManyAttributes, "GW111", kError, "more than 20 attributes"},
+    {Rule::kTooManyAttributes, "GW111", kError, "more than # attributes", kAttributeMax},
     {Rule::kNulByte, "GW112", kError, "NUL byte"},
-    {Rule::kFileTooLarge, "GW113", kError, "file of more than 2,097,152 bytes"},
+    {Rule::kFileTooLarge, "GW113", kError, "file of more than # bytes", kDocumentBytesMax},
     {Rule::kNotText, "GW114", kWarning, "bytes that are no UTF-8 text"},
 
     {Rule::kNoObject, "GW201", kError, "no object"},
@@ -37,8 +40,8 @@ constexpr std::array<RuleRow, kRuleCount> rule_table{{
     {Rule::kNoName, "GW301", kError, "no name"},
     {Rule::kNameCharacters, "GW302", kError, "name with other characters than letters and digits"},
     {Rule::kNameDot, "GW303", kError, "dot missing behind an object's name, or inside a name"},
-    {Rule::kSegmentTooLong, "GW304", kError, "object name of more than 255 characters"},
-    {Rule::kPathTooLong, "GW305", kError, "path of more than 32,768 characters"},
+    {Rule::kSegmentTooLong, "GW304", kError, "object name of more than # characters", kSegmentMax},
+    {Rule::kPathTooLong, "GW305", kError, "path of more than # characters", kPathMax},
     {Rule::kDuplicateObject, "GW306", kError, "two objects of the same name"},
     {Rule::kDuplicateParameter, "GW307", kError, "two parameters of the same name"},
     {Rule::kNameOfParent, "GW308", kError, "object with the name of the object around it"},
@@ -52,7 +55,8 @@ constexpr std::array<RuleRow, kRuleCount> rule_table{{
     {Rule::kRowNotWritable, "GW324", kWarning, "row that is not writable"},
     {Rule::kNotification, "GW325", kWarning, "notification that is none of 0, 1 and 2"},
     {Rule::kObjectType, "GW326", kWarning, "object of another type than object"},
-    {Rule::kAttributeListTooLong, "GW327", kError, "attributes of more than 2,047 characters"},
+    {Rule::kAttributeListTooLong, "GW327", kError, "attributes of more than # characters",
+     kAttributeListMax},
 
     {Rule::kNoType, "GW401", kError, "parameter without a type"},
     {Rule::kUnknownType, "GW402", kError, "unknown type"},
@@ -111,5 +115,26 @@ consteval bool rules_are_in_order() {
 }
 static_assert(rules_are_in_order());
 
+consteval bool bounds_have_their_places() {
+  for (const RuleRow& row : rule_table)
+    if ((row.bound != 0) != (row.title.find('#') != std::string_view::npos)) return false;
+  return true;
+}
+static_assert(bounds_have_their_places());
+
+/// "2,097,152".
+[[nodiscard]] std::string in_thousands(std::size_t number) {
+  std::string text = std::to_string(number);
+  for (std::size_t at = text.size(); at > 3;)
+    text.insert(at -= 3, ",");
+  return text;
+}
+
 }  // namespace
+
+std::string title_of(const RuleRow& rule) {
+  std::string title{rule.title};
+  if (rule.bound != 0) title.replace(title.find('#'), 1, in_thousands(rule.bound));
+  return title;
+}
 }  // namespace gwconf::tool

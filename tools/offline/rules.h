@@ -109,7 +109,8 @@ struct RuleRow {
   Rule rule;
   std::string_view id;
   Severity severity;
-  std::string_view title;
+  std::string_view title;  ///< "#" stands for the bound
+  std::size_t bound = 0;   ///< of the daemon's
 };
 
 inline constexpr std::size_t kRuleCount = static_cast<std::size_t>(Rule::kStandardKind) + 1;
@@ -120,6 +121,9 @@ extern const std::array<RuleRow, kRuleCount> rule_table;
 [[nodiscard]] inline const RuleRow& row_of(Rule rule) {
   return rule_table[static_cast<std::size_t>(rule)];
 }
+
+/// The title with its bound in it: "file of more than 2,097,152 bytes".
+[[nodiscard]] std::string title_of(const RuleRow& rule);
 
 /// One finding in one text.
 struct Finding {

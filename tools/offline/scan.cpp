@@ -29,7 +29,7 @@ class Scanner {
     for (skip_blanks(); at_ < text_.size(); skip_blanks()) {
       ScannedItem item;
       item.at = at_;
-      if (!read_item(item)) break;
+      if (!read_item(&item)) break;
       item.end = at_;
       scan_.items.push_back(std::move(item));
     }
@@ -65,7 +65,7 @@ class Scanner {
     return in_quotes(text_.substr(at_, length));
   }
 
-  bool read_item(ScannedItem& item) {
+  bool read_item(ScannedItem* item) {
     if (!take("<")) {
       const std::size_t end = std::min(text_.find_first_of("<\r\n", at_), text_.size());
       return fail(Rule::kTextOutsideTags, at_, end - at_,
@@ -77,11 +77,11 @@ class Scanner {
     return read_start(item);
   }
 
-  bool read_tag_name(ScannedItem& item) {
+  bool read_tag_name(ScannedItem* item) {
     skip_blanks();
-    item.name = take_name();
-    if (!item.name.empty()) return true;
-    if (at_ >= text_.size()) return fail_cut(item);
+    item->name = take_name();
+    if (!item->name.empty()) return true;
+    if (at_ >= text_.size()) return fail_cut(*item);
     return fail(Rule::kNoTagName, at_, 1, "a tag's name expected instead of " + here());
   }
 
@@ -91,26 +91,26 @@ class Scanner {
   }
 
   /// Reads attributes for as long as there are some.
-  bool read_attributes(ScannedItem& item) {
+  bool read_attributes(ScannedItem* item) {
     for (skip_blanks(); at_ < text_.size() && is_name_character(text_[at_]); skip_blanks()) {
       const std::size_t name_at = at_;
       ScannedAttribute attribute;
       attribute.name = take_name();
-      if (item.attributes.size() == kAttributeMax)
-        return fail(
-            Rule::kTooManyAttributes, name_at, attribute.name.size(),
-            "the attribute " + in_quotes(attribute.name, kNameShown) + " is number 21 of its tag");
-      if (!read_value(item, attribute, name_at)) return false;
-      item.attributes.push_back(std::move(attribute));
+      if (item->attributes.size() == kAttributeMax)
+        return fail(Rule::kTooManyAttributes, name_at, attribute.name.size(),
+                    "the attribute " + in_quotes(attribute.name, kNameShown) + " is number " +
+                        std::to_string(kAttributeMax + 1) + " of its tag");
+      if (!read_value(*item, name_at, &attribute)) return false;
+      item->attributes.push_back(std::move(attribute));
     }
     return true;
   }
 
-  bool read_value(const ScannedItem& item, ScannedAttribute& attribute, std::size_t name_at) {
-    const std::string name = in_quotes(attribute.name, kNameShown);
+  bool read_value(const ScannedItem& item, std::size_t name_at, ScannedAttribute* attribute) {
+    const std::string name = in_quotes(attribute->name, kNameShown);
     skip_blanks();
     if (!take("="))
-      return fail(Rule::kNoAttributeValue, name_at, attribute.name.size(),
+      return fail(Rule::kNoAttributeValue, name_at, attribute->name.size(),
                   "the attribute " + name + " has no value" + hint(item));
     skip_blanks();
     if (!take("\""))
@@ -123,8 +123,8 @@ class Scanner {
     if (at_ >= text_.size())
       return fail(Rule::kValueNotClosed, begin - 1, 1,
                   "the value of " + name + " has no closing quote");
-    attribute.raw = text_.substr(begin, at_++ - begin);
-    attribute.value = decoded(attribute.raw);
+    attribute->raw = text_.substr(begin, at_++ - begin);
+    attribute->value = decoded(attribute->raw);
     return true;
   }
 
@@ -141,42 +141,42 @@ class Scanner {
                 "an attribute or the end of the tag expected instead of " + here() + hint(item));
   }
 
-  bool read_header(ScannedItem& item) {
-    item.kind = kXmlHead;
+  bool read_header(ScannedItem* item) {
+    item->kind = kXmlHead;
     if (!read_tag_name(item) || !read_attributes(item)) return false;
     if (take("?>")) return true;
-    return fail(Rule::kHeaderNotClosed, item.at, 2, "the header does not end with ?>");
+    return fail(Rule::kHeaderNotClosed, item->at, 2, "the header does not end with ?>");
   }
 
-  bool read_comment(ScannedItem& item) {
-    item.kind = kXmlComment;
+  bool read_comment(ScannedItem* item) {
+    item->kind = kXmlComment;
     const std::size_t end = text_.find("-->", at_);
     if (end == std::string_view::npos)
-      return fail(Rule::kCommentNotClosed, item.at, 4, "the comment does not end with -->");
+      return fail(Rule::kCommentNotClosed, item->at, 4, "the comment does not end with -->");
     at_ = end + 3;
     return true;
   }
 
-  bool read_end(ScannedItem& item) {
-    item.kind = kXmlEnd;
+  bool read_end(ScannedItem* item) {
+    item->kind = kXmlEnd;
     if (!read_tag_name(item)) return false;
     skip_blanks();
     if (take(">")) return true;
-    if (at_ >= text_.size()) return fail_cut(item);
+    if (at_ >= text_.size()) return fail_cut(*item);
     return fail(Rule::kEndTagNotBare, at_, 1,
                 "> expected behind the name of the end tag instead of " + here());
   }
 
-  bool read_start(ScannedItem& item) {
-    item.kind = kXmlBegin;
+  bool read_start(ScannedItem* item) {
+    item->kind = kXmlBegin;
     if (!read_tag_name(item) || !read_attributes(item)) return false;
     if (take(">")) return true;
     if (take("/>")) {
-      item.kind = kXmlEmpty;
+      item->kind = kXmlEmpty;
       return true;
     }
     const bool cut = text_.find_first_not_of("/ \t\r\n", at_) == std::string_view::npos;
-    return cut ? fail_cut(item) : fail_stray(item);
+    return cut ? fail_cut(*item) : fail_stray(*item);
   }
 
   static constexpr std::size_t kNameShown = 60;

@@ -11,8 +11,8 @@
 
 namespace gwconf::tool {
 
-// The grammar of the daemon's reader once more, with places: the reader tells that it refuses a
-// text, this scan tells where. The reader stays the judge of what loads; that both agree is tested.
+// The grammar of the daemon's reader once more, with places: the reader reports that it refuses a
+// text, this scan reports where. What loads is decided by the reader; tests keep both in agreement.
 // Names and raw values are views into the text.
 
 struct ScannedAttribute {
@@ -24,12 +24,12 @@ struct ScannedAttribute {
 /// One markup item, well-formed.
 struct ScannedItem {
   XmlItem kind = kXmlNone;
-  std::string_view name;  ///< of the tag; none for a comment
+  std::string_view name;  ///< of the tag; empty for a comment
   std::vector<ScannedAttribute> attributes;
   std::size_t at = 0;   ///< offset of its "<"
   std::size_t end = 0;  ///< offset behind it
 
-  /// The last attribute of the name, the one that counts; none when there is none.
+  /// The last attribute of the name, the one that counts; null when there is none.
   [[nodiscard]] const ScannedAttribute* find(std::string_view attribute) const;
 };
 

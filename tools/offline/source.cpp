@@ -7,10 +7,10 @@
 #include "tools/base/failure.h"
 #include "tools/base/files.h"
 #include "tools/offline/block_image.h"
+#include "tools/offline/daemon_terms.h"
 #include "tools/offline/facts.h"
 #include "tools/offline/outline.h"
 #include "tools/offline/text.h"
-#include "xml/vocabulary.h"
 
 namespace gwconf::tool {
 namespace {
@@ -47,7 +47,8 @@ constexpr std::string_view kLiveAt = "live:";
   Client named{is_named ? argument.substr(kLiveAt.size()).c_str() : nullptr};
   if (named.code() == GWCONF_OK) static_cast<void>(named.set_timeout(session.timeout));
   const Client& client = is_named ? named : session.client;
-  // Made first: a failure is told with the system's reason, so nothing may come between the two.
+  // Built before the request: a failure is reported with the system's reason, which must not be
+  // overwritten in between.
   const std::string subject = "diff " + argument;
   const Output output{session.output.json(),
                       client.code() == GWCONF_OK ? client.socket_path() : argument};
@@ -73,8 +74,7 @@ LoadedTree load_tree(const std::string& name, std::string_view text) {
 }
 
 std::string load_text(const std::string& file) {
-  constexpr auto kMost = static_cast<std::size_t>(kDocumentMax);
-  FileContent content = read_file(file, kMost + 1);
+  FileContent content = read_file(file, kDocumentBytesMax + 1);
   const bool is_block =
       content.bytes.size() >= 4 && load_be32(content.bytes.data()) == block::kMagic;
   if (is_block) {
@@ -84,9 +84,10 @@ std::string load_text(const std::string& file) {
                               image.failure()->finding);
     return image.text();
   }
-  if (content.size > kMost)
+  if (content.size > kDocumentBytesMax)
     throw refused(file, "has " + std::to_string(content.size) +
-                            " bytes; the daemon reads no more than 2097152");
+                            " bytes; the daemon reads no more than " +
+                            std::to_string(kDocumentBytesMax));
   if (content.bytes.find('\0') != std::string::npos)
     throw refused(file, "is neither XML nor a settings block: it holds a NUL byte");
   return std::move(content.bytes);

@@ -1,7 +1,12 @@
 #include "tools/offline/text.h"
 
 #include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstdio>
+#include <strings.h>
 
+#include "core/number.h"
 #include "core/path.h"
 #include "platform/services.h"
 #include "tools/base/hint.h"
@@ -55,6 +60,38 @@ std::string did_you_mean(std::string_view name, std::span<const std::string_view
 
 std::string counted(std::size_t count, std::string_view noun) {
   return std::to_string(count) + ' ' + std::string{noun} + (count == 1 ? "" : "s");
+}
+
+bool same_word(std::string_view one, std::string_view other) {
+  return one.size() == other.size() && strncasecmp(one.data(), other.data(), one.size()) == 0;
+}
+
+std::string_view trimmed(std::string_view text) {
+  while (!text.empty() && is_blank(text.front()))
+    text.remove_prefix(1);
+  while (!text.empty() && is_blank(text.back()))
+    text.remove_suffix(1);
+  return text;
+}
+
+std::string_view take_word(std::string_view* text) {
+  const auto end = std::find_if(text->begin(), text->end(), is_blank);
+  const std::string_view word = text->substr(0, static_cast<std::size_t>(end - text->begin()));
+  *text = trimmed(text->substr(word.size()));
+  return word;
+}
+
+std::optional<int> whole_number(std::string_view text) {
+  int number = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (error != std::errc{} || end != text.data() + text.size()) return {};
+  return number;
+}
+
+std::string hexadecimal(std::uint32_t word) {
+  std::array<char, 16> text{};
+  std::snprintf(text.data(), text.size(), "0x%08x", word);
+  return text.data();
 }
 
 Lines::Lines(std::string_view text) : text_{text}, starts_{0} {

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -24,6 +26,21 @@ namespace gwconf::tool {
 
 /// "1 row", "2 rows".
 [[nodiscard]] std::string counted(std::size_t count, std::string_view noun);
+
+/// Whether two texts are the same without regard to case.
+[[nodiscard]] bool same_word(std::string_view one, std::string_view other);
+
+/// The text without blanks at its ends.
+[[nodiscard]] std::string_view trimmed(std::string_view text);
+
+/// Takes the first word and the blanks behind it off a text that does not begin with a blank.
+[[nodiscard]] std::string_view take_word(std::string_view* text);
+
+/// The number when the text is one and nothing else.
+[[nodiscard]] std::optional<int> whole_number(std::string_view text);
+
+/// "0x0012abcd".
+[[nodiscard]] std::string hexadecimal(std::uint32_t word);
 
 /// A place in a text as people count, from 1, in characters.
 struct Position {

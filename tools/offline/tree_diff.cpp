@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "platform/getters.h"
-#include "tools/offline/source.h"
 #include "tools/offline/text.h"
 #include "xml/attribute_word.h"
 #include "xml/vocabulary.h"
@@ -61,7 +60,8 @@ class Comparison {
         [&children](const Node* left, const Node* right) { children.emplace_back(left, right); });
     for (auto pair = children.rbegin(); pair != children.rend(); ++pair) {
       const Node& present = *(pair->first ? pair->first : pair->second);
-      if (!options_.without_templates || present.name.view() != "0.") pairs_.push_back(*pair);
+      if (!options_.without_templates || present.name.view() != kTemplateName)
+        pairs_.push_back(*pair);
     }
   }
 
@@ -127,7 +127,7 @@ class Comparison {
     NodeWalk walk{&top};
     for (bool more = true; more;) {
       const Node& node = *walk.get();
-      if (options_.without_templates && node.name.view() == "0.") {
+      if (options_.without_templates && node.name.view() == kTemplateName) {
         more = walk.next_outside();
         continue;
       }
@@ -180,10 +180,10 @@ class Comparison {
 }  // namespace
 
 void compare(const LoadedTree& one, const LoadedTree& other, const CompareOptions& options,
-             std::vector<Difference>& differences) {
+             std::vector<Difference>* differences) {
   const Node* left = root_of(one);
   const Node* right = root_of(other);
-  Comparison comparison{options, differences};
+  Comparison comparison{options, *differences};
   if (left && right && left->name.view() != right->name.view()) {
     comparison.run(left, nullptr);
     comparison.run(nullptr, right);
@@ -203,17 +203,6 @@ Exit report(const Session& session, const std::vector<Difference>& differences) 
       session.output.line(line_of(difference));
   }
   return differences.empty() ? Exit::kDone : Exit::kFindings;
-}
-
-Exit diff(const Session& session, const std::string& one, const std::string& other,
-          bool values_only) {
-  const Source left = load_source(session, one);
-  const Source right = load_source(session, other);
-  std::vector<Difference> differences;
-  compare(left.tree, right.tree,
-          {.without_templates = left.is_live != right.is_live, .values_only = values_only},
-          differences);
-  return report(session, differences);
 }
 
 }  // namespace gwconf::tool

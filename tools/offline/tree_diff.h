@@ -3,12 +3,12 @@
 #include <string>
 #include <vector>
 
-#include "tools/base/session.h"
 #include "tools/offline/loaded_tree.h"
+#include "tools/base/session.h"
 
 namespace gwconf::tool {
 
-/// What one configuration has otherwise than another.
+/// One respect in which two configurations differ.
 struct Difference {
   enum class Kind { kAdded, kRemoved, kChanged };
 
@@ -25,16 +25,12 @@ struct CompareOptions {
 };
 
 /// Appends the differences of two trees, objects in the order of the first. Values are compared as
-/// they are stored and told as clients read them. What only one tree has is told with all inside.
+/// they are stored and reported as clients read them. What only one tree has is reported with
+/// everything inside it.
 void compare(const LoadedTree& one, const LoadedTree& other, const CompareOptions& options,
-             std::vector<Difference>& differences);
+             std::vector<Difference>* differences);
 
 /// Prints differences: kFindings when there are any.
 [[nodiscard]] Exit report(const Session& session, const std::vector<Difference>& differences);
-
-/// Compares any two of a live daemon, an XML file and a settings block. Throws Failure as
-/// load_source() does.
-[[nodiscard]] Exit diff(const Session& session, const std::string& one, const std::string& other,
-                        bool values_only);
 
 }  // namespace gwconf::tool

@@ -1,305 +1,14 @@
-#include "tools/offline/upgrade.h"
-
 #include <algorithm>
-#include <array>
 #include <optional>
-#include <utility>
 #include <vector>
 
-#include "core/deleted_defaults.h"
-#include "core/path.h"
-#include "platform/getters.h"
-#include "tools/base/failure.h"
-#include "tools/base/value_check.h"
 #include "tools/offline/source.h"
 #include "tools/offline/text.h"
-#include "xml/merge.h"
+#include "tools/offline/upgrade_outcomes.h"
+#include "tools/offline/verbs.h"
 
 namespace gwconf::tool {
 namespace {
-
-enum class Fate {
-  kKept,      ///< a saved value
-  kCreated,   ///< a saved row that the defaults lack
-  kOverlaid,  ///< a row that the user added, and whose number is that of a default row now
-  kDeleted,   ///< a default row that the user deleted
-  kDropped,   ///< a saved value or row without a place
-  kInvalid,   ///< a saved value that its new type does not allow
-  kHidden,    ///< a saved value in front of which a measurement stands now
-  kDefault,   ///< a value that nobody set, and whose default changes
-  kGone,      ///< what nobody set and the new defaults lack
-  kNew,       ///< what the old defaults lack
-};
-
-struct FateRow {
-  const char* name;
-  bool is_loss;
-};
-
-constexpr std::array<FateRow, 10> kFates{{{"kept", false},
-                                          {"created", false},
-                                          {"overlaid", false},
-                                          {"deleted", false},
-                                          {"dropped", true},
-                                          {"invalid", true},
-                                          {"hidden", true},
-                                          {"default", false},
-                                          {"gone", false},
-                                          {"new", false}}};
-
-[[nodiscard]] const FateRow& row_of(Fate fate) {
-  return kFates[static_cast<std::size_t>(fate)];
-}
-
-/// What happens to one parameter or object.
-struct Outcome {
-  Fate fate;
-  std::string path;
-  std::optional<std::string> before;
-  std::optional<std::string> after;
-  std::string remark;
-};
-
-/// The daemon's start: defaults, saved settings over them, deleted rows out.
-class Start {
- public:
-  Start(const std::string& name, std::string_view defaults, const LoadedTree& saved)
-      : pristine_{load_defaults(name, defaults)}, running_{load_defaults(name, defaults)} {
-    running_.make_live();
-    if (saved.state() == LoadedTree::State::kLoaded) ignore(CM_Node_Merge2Root(saved.root()));
-    // A tree need not have a record table.
-    ignore(CM_CORE_MergeDeletedInstances());
-  }
-
-  /// The defaults as they are, and what runs in the end.
-  [[nodiscard]] const Node* pristine() const { return pristine_.root(); }
-  [[nodiscard]] const Node* running() const { return running_.root(); }
-
-  [[nodiscard]] Node* pristine_object(std::string_view path) { return object(pristine_, path); }
-  [[nodiscard]] Node* running_object(std::string_view path) { return object(running_, path); }
-  [[nodiscard]] Parameter* running_parameter(std::string_view path) {
-    running_.make_live();
-    Parameter* parameter = nullptr;
-    ignore(CM_CORE_GetParaNodeByUri(path, &parameter));
-    return parameter;
-  }
-
- private:
-  static LoadedTree load_defaults(const std::string& name, std::string_view text) {
-    LoadedTree tree = load_tree(name, text);
-    if (tree.state() != LoadedTree::State::kLoaded)
-      throw refused(name, "the daemon does not load it: it holds no object");
-    return tree;
-  }
-
-  static Node* object(LoadedTree& tree, std::string_view path) {
-    tree.make_live();
-    Node* node = nullptr;
-    ignore(CM_CORE_GetObjNodeByUri(path, &node));
-    return node;
-  }
-
-  LoadedTree pristine_;
-  LoadedTree running_;
-};
-
-[[nodiscard]] bool is_row(const Node& node) {
-  return CM_CORE_CheckIfInstance(node.name.view()) == CM_OK;
-}
-
-[[nodiscard]] std::string value_of(const Parameter& parameter) {
-  return unescaped(parameter.value.view());
-}
-
-/// Why a value does not fit the type of a parameter.
-[[nodiscard]] std::optional<std::string> objection_of(const Parameter& type,
-                                                      const std::string& value) {
-  return objection({type.type, type.min, type.max, unescaped(type.enumeration.view())}, value);
-}
-
-[[nodiscard]] std::string full_type(const Parameter& parameter) {
-  return parameter.enumeration ? "one of " + in_quotes(unescaped(parameter.enumeration.view()))
-                               : type_text(parameter);
-}
-
-class Upgrade {
- public:
-  /// `old`, the start of the present firmware, may be none.
-  Upgrade(const LoadedTree& saved, Start& next, Start* old)
-      : saved_{saved}, next_{next}, old_{old} {}
-
-  void run() {
-    if (saved_.state() == LoadedTree::State::kLoaded) judge_saved();
-    judge_deleted();
-    if (old_) judge_unset(*old_);
-  }
-
-  [[nodiscard]] const std::vector<Outcome>& outcomes() const { return outcomes_; }
-
- private:
-  void add(Fate fate, std::string path, std::optional<std::string> before,
-           std::optional<std::string> after, std::string remark) {
-    outcomes_.push_back(
-        {fate, std::move(path), std::move(before), std::move(after), std::move(remark)});
-  }
-
-  // --- what was saved
-
-  void judge_saved() {
-    NodeWalk walk{saved_.root()};
-    do {
-      const Node& node = *walk.get();
-      const std::string path = path_of(&node);
-      Node* running = next_.running_object(path);
-      if (is_row(node)) judge_row(path, running);
-      for (const Parameter* param = node.params; param; param = param->next)
-        if (param->value) judge_value(*param, path, running);
-    } while (walk.next());
-  }
-
-  void judge_row(const std::string& path, const Node* running) {
-    const bool is_default = next_.pristine_object(path);
-    if (running && !is_default)
-      add(Fate::kCreated, path, {}, {}, {});
-    else if (!running && !is_default)
-      add(Fate::kDropped, path, {}, {}, why_absent(path));
-    else if (running && old_ && !old_->pristine_object(path))
-      add(Fate::kOverlaid, path, {}, {},
-          "the user added it, and it is a default row from now on: its values are mixed");
-  }
-
-  void judge_value(const Parameter& param, const std::string& holder, Node* running) {
-    const std::string path = holder + std::string{param.name.view()};
-    const std::string value = value_of(param);
-    const Parameter* now =
-        running ? CM_CORE_GetChildParaByName(running, param.name.view()) : nullptr;
-    if (!now || !has(*now, kUserSet)) {
-      add(Fate::kDropped, path, value, now ? std::optional{value_of(*now)} : std::nullopt,
-          !running ? why_absent(holder)
-          : !now   ? "the new defaults have no such parameter"
-                   : "the daemon does not come to it: a row before it cannot be created");
-      return;
-    }
-    if (value_of(*now) != value)
-      add(Fate::kDropped, path, value, value_of(*now), "it is saved twice; the last one counts");
-    else
-      judge_kept(param, *now, path, value);
-  }
-
-  /// Whether a value that found its place still means the same.
-  void judge_kept(const Parameter& param, const Parameter& now, const std::string& path,
-                  const std::string& value) {
-    const auto complaint = objection_of(now, value);
-    const bool was_valid = !objection_of(param, value);
-    if (complaint && was_valid)
-      return add(Fate::kInvalid, path, value, value,
-                 *complaint + "; was " + full_type(param) + ", becomes " + full_type(now));
-    if (now.getter && !param.getter)
-      return add(Fate::kHidden, path, value, {},
-                 std::string{"measured by "} + now.getter->name + " from now on");
-    std::string remark;
-    const auto append = [&remark](const std::string& text) {
-      remark += (remark.empty() ? "" : "; ") + text;
-    };
-    if (complaint) append("is not valid, and was not before");
-    if (full_type(param) != full_type(now))
-      append("was " + full_type(param) + ", becomes " + full_type(now));
-    if (has(param, kWritable) && !has(now, kWritable)) append("can no longer be written");
-    add(Fate::kKept, path, value, value, remark);
-  }
-
-  /// Why nothing stands at the path of a saved object.
-  [[nodiscard]] std::string why_absent(const std::string& path) {
-    // The outermost object that is missing tells.
-    for (std::size_t dot = path.find('.'); dot != std::string::npos;
-         dot = path.find('.', dot + 1)) {
-      const std::string part = path.substr(0, dot + 1);
-      if (next_.running_object(part)) continue;
-      if (next_.pristine_object(part)) return in_quotes(part) + " is deleted as the user asked";
-      const std::string_view segment =
-          std::string_view{part}.substr(part.size() > 1 ? part.rfind('.', part.size() - 2) + 1 : 0);
-      if (CM_CORE_CheckIfInstance(segment) == CM_OK)
-        return "row " + in_quotes(part) + " cannot be created";
-      return "the new defaults have no " + in_quotes(part);
-    }
-    return "it cannot be found";
-  }
-
-  // --- what was deleted
-
-  void judge_deleted() {
-    NodeWalk walk{next_.pristine()};
-    for (bool more = true; more;) {
-      const std::string path = path_of(walk.get());
-      const bool gone = !next_.running_object(path);
-      if (gone) add(Fate::kDeleted, path, {}, {}, {});
-      more = gone ? walk.next_outside() : walk.next();
-    }
-    const Node* table = next_.running_object(kDeletedDefaults);
-    for (const Node* record = table ? table->children : nullptr; record; record = record->next) {
-      const bool is_record = record->params && !record->params->value.view().empty();
-      if (!is_record) continue;
-      const std::string path{record->params->value.view()};
-      if (!next_.pristine_object(path))
-        add(Fate::kGone, path, {}, {},
-            "a row that the user deleted, and that is no default any more");
-      else if (next_.running_object(path))
-        add(Fate::kDropped, path, {}, {}, "the row was deleted, but comes back");
-    }
-  }
-
-  // --- what nobody set
-
-  void judge_unset(Start& old) {
-    NodeWalk walk{old.running()};
-    for (bool more = true; more;) {
-      const Node& node = *walk.get();
-      const std::string path = path_of(&node);
-      const Node* now = next_.running_object(path);
-      if (!now) {
-        if (!has(node, kUserSet)) add(Fate::kGone, path, {}, {}, {});
-        more = walk.next_outside();
-        continue;
-      }
-      for (const Parameter* param = node.params; param; param = param->next)
-        if (!has(*param, kUserSet)) judge_default(*param, path);
-      more = walk.next();
-    }
-    judge_new(old);
-  }
-
-  void judge_default(const Parameter& param, const std::string& holder) {
-    const std::string path = holder + std::string{param.name.view()};
-    const Parameter* now = next_.running_parameter(path);
-    if (!now)
-      add(Fate::kGone, path, value_of(param), {}, {});
-    else if (now->value.view() != param.value.view())
-      add(Fate::kDefault, path, value_of(param), value_of(*now), {});
-  }
-
-  void judge_new(Start& old) {
-    NodeWalk walk{next_.running()};
-    for (bool more = true; more;) {
-      const Node& node = *walk.get();
-      const std::string path = path_of(&node);
-      if (!old.running_object(path)) {
-        if (!has(node, kUserSet)) add(Fate::kNew, path, {}, {}, {});
-        more = walk.next_outside();
-        continue;
-      }
-      for (const Parameter* param = node.params; param; param = param->next) {
-        const std::string own = path + std::string{param->name.view()};
-        if (!old.running_parameter(own)) add(Fate::kNew, own, {}, value_of(*param), {});
-      }
-      more = walk.next();
-    }
-  }
-
-  const LoadedTree& saved_;
-  Start& next_;
-  Start* old_;
-  std::vector<Outcome> outcomes_;
-};
 
 [[nodiscard]] std::string line_of(const Outcome& outcome, const Screen& screen) {
   constexpr std::size_t kColumn = 9;
@@ -337,32 +46,56 @@ class Upgrade {
   return summary.empty() ? "nothing is saved" : summary;
 }
 
-}  // namespace
+struct UpgradeOptions {
+  std::string settings;
+  std::string new_defaults;
+  std::string old_defaults;  ///< may be empty
+};
 
-Exit upgrade(const Session& session, const std::string& settings, const std::string& new_defaults,
-             const std::string& old_defaults) {
-  const LoadedTree saved = load_tree(settings, load_text(settings));
-  Start next{new_defaults, load_text(new_defaults), saved};
-  std::optional<Start> old;
-  if (!old_defaults.empty()) old.emplace(old_defaults, load_text(old_defaults), saved);
-  Upgrade upgrade{saved, next, old ? &*old : nullptr};
-  upgrade.run();
+void print(const Output& output, const std::vector<Outcome>& outcomes) {
+  for (const Outcome& outcome : outcomes)
+    output.line(line_of(outcome, output.screen()));
+  output.line(summary_of(outcomes));
+}
 
-  const std::vector<Outcome>& outcomes = upgrade.outcomes();
+[[nodiscard]] Json json_of(const std::vector<Outcome>& outcomes, bool loses) {
+  Json rows = Json::array();
+  for (const Outcome& outcome : outcomes)
+    rows.push_back(json_of(outcome));
+  return {{"loses", loses}, {"outcomes", std::move(rows)}};
+}
+
+/// A setting that would be lost is a finding.
+[[nodiscard]] Exit upgrade(const Session& session, const UpgradeOptions& options) {
+  const LoadedTree saved = load_tree(options.settings, load_text(options.settings));
+  FirstStart next{options.new_defaults, load_text(options.new_defaults), saved};
+  std::optional<FirstStart> old;
+  if (!options.old_defaults.empty())
+    old.emplace(options.old_defaults, load_text(options.old_defaults), saved);
+  const std::vector<Outcome> outcomes = judge_upgrade(saved, next, old ? &*old : nullptr);
   const bool loses = std::any_of(outcomes.begin(), outcomes.end(), [](const Outcome& outcome) {
     return row_of(outcome.fate).is_loss;
   });
-  if (session.output.json()) {
-    Json rows = Json::array();
-    for (const Outcome& outcome : outcomes)
-      rows.push_back(json_of(outcome));
-    session.output.document({{"loses", loses}, {"outcomes", std::move(rows)}});
-  } else {
-    for (const Outcome& outcome : outcomes)
-      session.output.line(line_of(outcome, session.output.screen()));
-    session.output.line(summary_of(outcomes));
-  }
+  if (session.output.json())
+    session.output.document(json_of(outcomes, loses));
+  else
+    print(session.output, outcomes);
   return loses ? Exit::kFindings : Exit::kDone;
+}
+
+}  // namespace
+
+void add_upgrade(VerbList& verbs) {
+  std::shared_ptr<UpgradeOptions> options;
+  CLI::App* verb =
+      verbs.add("upgrade", "Report what new factory defaults make of saved settings",
+                "gwctl upgrade mtd9.bin new.xml --old-defaults old.xml", upgrade, &options);
+  verb->add_option("BLOCK", options->settings, "The saved settings: a block, a dump or XML")
+      ->required();
+  verb->add_option("NEW-DEFAULTS", options->new_defaults, "The next firmware's factory defaults")
+      ->required();
+  verb->add_option("--old-defaults", options->old_defaults,
+                   "The present ones, to report what becomes of what nobody set");
 }
 
 }  // namespace gwconf::tool
