@@ -10,24 +10,17 @@
 
 #include "client/buffer.h"
 #include "client/descriptor.h"
+#include "client/notification.h"
 #include "gwconf/client.h"
 
 using gwconf::client::Descriptor;
+using gwconf::client::kNotificationWords;
 
 namespace {
 
 /// What the daemon does to a process that it means to wake: nothing, unless the program has a
 /// handler for it. It can go on after our end, to whoever has our process id by then.
 constexpr int kHarmlessSignal = SIGURG;
-
-constexpr struct {
-  const char* word;
-  gwconf_notification notification;
-} kWords[] = {
-    {"None", GWCONF_NOTIFICATION_NONE},
-    {"Passive", GWCONF_NOTIFICATION_PASSIVE},
-    {"Active", GWCONF_NOTIFICATION_ACTIVE},
-};
 
 /// The lock that the daemon's lockf takes while it appends a line.
 class FileLock {
@@ -60,11 +53,11 @@ class FileLock {
 [[nodiscard]] bool parse_change(char* line, gwconf_change* change) {
   char* comma = std::strrchr(line, ',');
   if (!comma || comma == line) return false;
-  for (const auto& row : kWords) {
-    if (std::strcmp(comma + 1, row.word) != 0) continue;
+  for (std::size_t i = 0; i < kNotificationWords.size(); ++i) {
+    if (std::strcmp(comma + 1, kNotificationWords[i]) != 0) continue;
     *comma = '\0';
     change->parameter = line;
-    change->notification = row.notification;
+    change->notification = static_cast<gwconf_notification>(i);
     return true;
   }
   return false;
