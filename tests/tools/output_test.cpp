@@ -81,5 +81,20 @@ TEST(Output, TransportErrorsMeanUnreachable) {
   EXPECT_EQ(exit, Exit::kWrongUse);
 }
 
+TEST(Output, ReportsAFailureOnceAndItsDocumentWithJson) {
+  const Output json{true, "/tmp/socket"};
+  const Failure failure{Exit::kFindings, "find x: nothing holds it", Json::array()};
+  Exit exit = Exit::kDone;
+  EXPECT_EQ(stderr_of([&] { exit = kText.failure(failure); }), "gwctl: find x: nothing holds it\n");
+  EXPECT_EQ(exit, Exit::kFindings);
+  EXPECT_EQ(stdout_of([&] { exit = kText.failure(failure); }), "");
+  EXPECT_EQ(stdout_of([&] { exit = json.failure(failure); }), "[]\n");
+  EXPECT_EQ(exit, Exit::kFindings);
+  const Failure told{Exit::kWrongUse, "told already", true};
+  EXPECT_EQ(stderr_of([&] { exit = json.failure(told); }), "");
+  EXPECT_EQ(exit, Exit::kWrongUse);
+  EXPECT_EQ(stdout_of([&] { exit = json.failure(told); }), "");
+}
+
 }  // namespace
 }  // namespace gwconf::tool

@@ -10,6 +10,26 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Optional;
 
+TEST(Words, BlanksAroundATextGo) {
+  EXPECT_EQ(trimmed(" \t a b\r"), "a b");
+  EXPECT_EQ(trimmed(" \t\r"), "");
+  EXPECT_EQ(trimmed(""), "");
+}
+
+TEST(Words, TheFirstOneIsTaken) {
+  std::string_view text = " add  A.T.\t3 ";
+  EXPECT_EQ(take_word(&text), "add");
+  EXPECT_EQ(text, "A.T.\t3");
+  EXPECT_EQ(take_word(&text), "A.T.");
+  EXPECT_EQ(take_word(&text), "3");
+  EXPECT_EQ(take_word(&text), "");
+  EXPECT_EQ(text, "");
+}
+
+TEST(Words, OnlyAsciiLettersBecomeSmall) {
+  EXPECT_EQ(lower("NTPServer1 \xc3\x84"), "ntpserver1 \xc3\x84");
+}
+
 TEST(Words, BlanksPart) {
   EXPECT_THAT(split_words(""), Optional(IsEmpty()));
   EXPECT_THAT(split_words(" \t\r"), Optional(IsEmpty()));

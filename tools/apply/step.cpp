@@ -8,7 +8,9 @@
 #include "core/counter.h"
 #include "core/deleted_defaults.h"
 #include "core/path.h"
-#include "tools/base/live_tree.h"
+#include "tools/base/exported_tree.h"
+#include "tools/base/output.h"
+#include "tools/base/path.h"
 
 namespace gwconf::tool {
 namespace {
@@ -22,39 +24,73 @@ constexpr unsigned kKnownBits = 0xfb;
 /// How long taking back waits for a daemon that does not answer.
 constexpr std::chrono::seconds kPatience{60};
 
-/// A failed request while a deleted instance is written down.
-struct Lost {
-  int code;
-};
-
-[[nodiscard]] unsigned word_of(const Client& client, const std::string& path) {
-  const Result<unsigned> word = client.get_attributes(path);
-  if (!word) throw Lost{word.code};
-  return word.value & kKnownBits;
+Result<unsigned> word_of(const Client& client, const std::string& path) {
+  Result<unsigned> word = client.get_attributes(path);
+  word.value &= kKnownBits;
+  return word;
 }
 
-void add_content(const Client& client, const std::string& path, const LiveObject& object,
-                 Steps& steps) {
+/// Adds the step that restores the attribute bits of a path. Returns the request's code.
+[[nodiscard]] int add_word(const Client& client, const std::string& path, Steps* steps) {
+  const Result<unsigned> word = word_of(client, path);
+  if (word) steps->push_back({.kind = Kind::kAttributes, .path = path, .word = word.value});
+  return word.code;
+}
+
+/// Adds the steps that bring an object back with all that an export shows of it. Returns the code
+/// of the first request that fails.
+[[nodiscard]] int add_content(const Client& client, const std::string& path,
+                              const ExportedObject& object, Steps* steps) {
   if (object.is_instance())
-    steps.push_back({.kind = Kind::kAdd, .path = path, .is_virtual = !object.writable});
-  for (const LiveParameter& parameter : object.parameters) {
+    steps->push_back({.kind = Kind::kAdd, .path = path, .is_virtual = !object.writable});
+  for (const ExportedParameter& parameter : object.parameters) {
     const std::string own = path + parameter.name;
     // Counters follow the instances.
     if (!own.ends_with(kNumberOfEntries))
-      steps.push_back({.kind = Kind::kSet, .path = own, .value = parameter.value});
-    steps.push_back({.kind = Kind::kAttributes, .path = own, .word = word_of(client, own)});
+      steps->push_back({.kind = Kind::kSet, .path = own, .value = parameter.value});
+    if (const int code = add_word(client, own, steps); code != GWCONF_OK) return code;
   }
-  for (const LiveObject& child : object.objects)
-    add_content(client, path + child.name, child, steps);
-  steps.push_back({.kind = Kind::kAttributes, .path = path, .word = word_of(client, path)});
+  for (const ExportedObject& child : object.objects)
+    if (const int code = add_content(client, path + child.name, child, steps); code != GWCONF_OK)
+      return code;
+  return add_word(client, path, steps);
 }
 
 [[nodiscard]] bool is_recorded_as_deleted(const Client& client, const std::string& path) {
-  const Result<LiveTree> records = load_live_tree(client, std::string{kDeletedDefaults});
+  const Result<ExportedTree> records = load_exported_tree(client, std::string{kDeletedDefaults});
   if (!records) return false;
-  for (const LiveObject& record : records.value.root.objects)
+  for (const ExportedObject& record : records.value.root.objects)
     if (!record.parameters.empty() && record.parameters.front().value == path) return true;
   return false;
+}
+
+Result<Steps> undo_of_set(const Client& client, const std::string& path) {
+  const Result<unsigned> word = word_of(client, path);
+  if (!word) return {word.code, {}};
+  const Result<ExportedParameter> before = load_exported_parameter(client, path);
+  if (!before) return {before.code, {}};
+  return {GWCONF_OK,
+          {{.kind = Kind::kSet, .path = path, .value = before.value.value},
+           {.kind = Kind::kAttributes, .path = path, .word = word.value}}};
+}
+
+[[nodiscard]] Steps undo_of_add(const Client& client, const std::string& path) {
+  Steps steps;
+  // Adding forgets that the default instance was deleted. Only the deletion of one that is not
+  // user-set is recorded again.
+  if (is_recorded_as_deleted(client, path))
+    steps.push_back({.kind = Kind::kAttributes, .path = path, .word = 1});
+  steps.push_back({.kind = Kind::kDelete, .path = path});
+  return steps;
+}
+
+Result<Steps> undo_of_delete(const Client& client, const std::string& path) {
+  const Result<ExportedTree> tree = load_exported_tree(client, path);
+  if (!tree) return {tree.code, {}};
+  Steps steps;
+  const int code = add_content(client, path, tree.value.root, &steps);
+  if (code != GWCONF_OK) return {code, {}};
+  return {GWCONF_OK, std::move(steps)};
 }
 
 [[nodiscard]] int set_word(const Client& client, const std::string& path, unsigned word) {
@@ -101,34 +137,23 @@ int perform(const Client& client, const Step& step) {
 }
 
 Result<Steps> undo_of(const Client& client, const Step& step) {
-  Steps steps;
-  try {
-    if (step.kind == Kind::kSet) {
-      const unsigned word = word_of(client, step.path);
-      const Result<LiveParameter> before = load_live_parameter(client, step.path);
-      if (!before) return {before.code, {}};
-      steps = {{.kind = Kind::kSet, .path = step.path, .value = before.value.value},
-               {.kind = Kind::kAttributes, .path = step.path, .word = word}};
-    } else if (step.kind == Kind::kAdd) {
-      // Adding forgets that the default instance was deleted. Only the deletion of one that is not
-      // user-set is recorded again.
-      if (is_recorded_as_deleted(client, step.path))
-        steps.push_back({.kind = Kind::kAttributes, .path = step.path, .word = 1});
-      steps.push_back({.kind = Kind::kDelete, .path = step.path});
-    } else if (step.kind == Kind::kDelete) {
-      const Result<LiveTree> tree = load_live_tree(client, step.path);
-      if (!tree) return {tree.code, {}};
-      add_content(client, step.path, tree.value.root, steps);
-    } else {
-      steps = {{.kind = step.kind, .path = step.path, .word = word_of(client, step.path)}};
+  switch (step.kind) {
+    case Kind::kSet:
+      return undo_of_set(client, step.path);
+    case Kind::kAttributes: {
+      Steps steps;
+      return {add_word(client, step.path, &steps), steps};
     }
-  } catch (const Lost& lost) {
-    return {lost.code, {}};
+    case Kind::kAdd:
+      return {GWCONF_OK, undo_of_add(client, step.path)};
+    case Kind::kDelete:
+      return undo_of_delete(client, step.path);
   }
-  return {GWCONF_OK, std::move(steps)};
+  return {GWCONF_E_ARGUMENT, {}};
 }
 
-void undo(const Client& client, const Steps& steps, std::vector<std::string>& failures) {
+std::vector<std::string> undo(const Client& client, const Steps& steps) {
+  std::vector<std::string> failures;
   const auto end = std::chrono::steady_clock::now() + kPatience;
   for (const Step& step : steps) {
     int code = perform(client, step);
@@ -140,38 +165,7 @@ void undo(const Client& client, const Steps& steps, std::vector<std::string>& fa
       failures.push_back(name_of(step) + ": " + std::to_string(code) + " (" +
                          gwconf_strerror(code) + ")");
   }
-}
-
-Json json_of(const Steps& steps) {
-  // Bytes, not text: neither a name nor a value need be UTF-8.
-  const auto bytes_of = [](const std::string& text) {
-    return std::vector<int>(text.begin(), text.end());
-  };
-  Json rows = Json::array();
-  for (const Step& step : steps)
-    rows.push_back({{"kind", static_cast<int>(step.kind)},
-                    {"path", bytes_of(step.path)},
-                    {"value", bytes_of(step.value)},
-                    {"word", step.word},
-                    {"virtual", step.is_virtual}});
-  return rows;
-}
-
-Steps steps_of(const Json& json) {
-  const auto text_of = [](const Json& bytes) {
-    std::string text;
-    for (const Json& byte : bytes)
-      text += static_cast<char>(byte.get<int>());
-    return text;
-  };
-  Steps steps;
-  for (const Json& row : json)
-    steps.push_back({.kind = static_cast<Kind>(row.at("kind").get<int>()),
-                     .path = text_of(row.at("path")),
-                     .value = text_of(row.at("value")),
-                     .word = row.at("word").get<unsigned>(),
-                     .is_virtual = row.at("virtual").get<bool>()});
-  return steps;
+  return failures;
 }
 
 }  // namespace gwconf::tool

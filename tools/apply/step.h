@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "gwconf/client.hpp"
-#include "tools/base/output.h"
 
 namespace gwconf::tool {
 
@@ -37,10 +36,7 @@ using Steps = std::deque<Step>;
 Result<Steps> undo_of(const Client& client, const Step& step);
 
 /// Takes changes back. What is as it was already is no failure; goes on behind one, so that as much
-/// as possible is restored. Adds what could not be to `failures`.
-void undo(const Client& client, const Steps& steps, std::vector<std::string>& failures);
-
-[[nodiscard]] Json json_of(const Steps& steps);
-[[nodiscard]] Steps steps_of(const Json& json);
+/// as possible is restored. Returns what could not be, with the reason.
+[[nodiscard]] std::vector<std::string> undo(const Client& client, const Steps& steps);
 
 }  // namespace gwconf::tool

@@ -1,12 +1,13 @@
 #include "tools/base/hint.h"
 
 #include <algorithm>
-#include <cctype>
 #include <numeric>
 #include <string_view>
 #include <utility>
 
-#include "tools/base/live_tree.h"
+#include "tools/base/exported_tree.h"
+#include "tools/base/path.h"
+#include "tools/base/words.h"
 
 namespace gwconf::tool {
 namespace {
@@ -16,10 +17,7 @@ constexpr std::size_t kLongest = 100;
 
 [[nodiscard]] std::string plain(std::string_view segment) {
   if (segment.ends_with('.')) segment.remove_suffix(1);
-  std::string text{segment};
-  for (char& c : text)
-    c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  return text;
+  return lower(segment);
 }
 
 /// Insertions, deletions, replacements and swaps of neighbours between two texts.
@@ -46,12 +44,12 @@ struct Candidate {
   std::string name;
 };
 
-void add_same_name(const std::string& path, const LiveObject& object, const std::string& wanted,
+void add_same_name(const std::string& path, const ExportedObject& object, const std::string& wanted,
                    std::vector<std::string>& found) {
-  for (const LiveParameter& parameter : object.parameters)
+  for (const ExportedParameter& parameter : object.parameters)
     if (found.size() < kMost && plain(parameter.name) == wanted)
       found.push_back(path + parameter.name);
-  for (const LiveObject& child : object.objects) {
+  for (const ExportedObject& child : object.objects) {
     if (found.size() >= kMost) return;
     if (plain(child.name) == wanted) found.push_back(path + child.name);
     add_same_name(path + child.name, child, wanted, found);
@@ -109,7 +107,7 @@ std::vector<std::string> near_paths(const Client& client, const std::string& pat
       return {start + rest};
   }
 
-  const Result<LiveTree> tree = load_live_tree(client, start);
+  const Result<ExportedTree> tree = load_exported_tree(client, start);
   if (!tree) return {};
   const std::size_t dot = rest.find('.');
   const std::string segment = rest.substr(0, dot);
@@ -117,9 +115,9 @@ std::vector<std::string> near_paths(const Client& client, const std::string& pat
   if (segment.empty() || segment.size() > kLongest) return {};
 
   std::vector<std::string> names;
-  for (const LiveObject& child : tree.value.root.objects)
+  for (const ExportedObject& child : tree.value.root.objects)
     if (!child.is_instance() || behind.empty()) names.push_back(child.name);
-  for (const LiveParameter& parameter : tree.value.root.parameters)
+  for (const ExportedParameter& parameter : tree.value.root.parameters)
     if (behind.empty()) names.push_back(parameter.name);
 
   std::vector<std::string> found;

@@ -49,15 +49,24 @@ void Output::document(const Json& content) const {
   std::cout << content.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
 }
 
-Exit Output::failure(std::string_view subject, int code,
-                     const std::vector<std::string>& hints) const {
+std::string Output::reason_of(int code, const std::vector<std::string>& hints) const {
   const int reason = errno;
   std::string text = std::to_string(code) + " (" + gwconf_strerror(code);
   if (code == GWCONF_E_CONNECT) text += " at " + socket_path_;
   if (code == GWCONF_E_CONNECT || code == GWCONF_E_SYSTEM)
     text += std::string{": "} + std::strerror(reason);
-  complaint(subject, text + ")" + question_of(hints));
+  return text + ")" + question_of(hints);
+}
+
+Exit Output::failure(std::string_view subject, int code) const {
+  complaint(subject, reason_of(code));
   return exit_of(code);
+}
+
+Exit Output::failure(const Failure& failure) const {
+  if (!failure.told()) complaint(failure.what());
+  if (json_ && !failure.document().is_null()) document(failure.document());
+  return failure.exit();
 }
 
 Exit Output::exit_of(int code) {
@@ -67,7 +76,10 @@ Exit Output::exit_of(int code) {
 }
 
 void Output::complaint(std::string_view subject, std::string_view text) const {
-  std::string line = std::string{subject} + ": " + std::string{text};
+  complaint(std::string{subject} + ": " + std::string{text});
+}
+
+void Output::complaint(std::string line) const {
   if (error_screen_.is_terminal) line = harmless(line);
   std::cout.flush();
   std::cerr << "gwctl: " << line << '\n';

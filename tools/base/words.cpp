@@ -1,6 +1,29 @@
 #include "tools/base/words.h"
 
+#include <algorithm>
+#include <cctype>
+
 namespace gwconf::tool {
+
+std::string_view trimmed(std::string_view text) {
+  const std::size_t first = text.find_first_not_of(" \t\r");
+  if (first == std::string_view::npos) return {};
+  return text.substr(first, text.find_last_not_of(" \t\r") - first + 1);
+}
+
+std::string take_word(std::string_view* text) {
+  const std::string_view whole = trimmed(*text);
+  const std::size_t end = std::min(whole.find_first_of(" \t"), whole.size());
+  *text = trimmed(whole.substr(end));
+  return std::string{whole.substr(0, end)};
+}
+
+std::string lower(std::string_view text) {
+  std::string result{text};
+  for (char& c : result)
+    c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return result;
+}
 
 std::optional<std::vector<std::string>> split_words(std::string_view line) {
   std::vector<std::string> words;

@@ -7,6 +7,15 @@
 
 namespace gwconf::tool {
 
+/// The text without the blanks around it.
+[[nodiscard]] std::string_view trimmed(std::string_view text);
+
+/// The first word of a text, which loses it and the blanks around it.
+[[nodiscard]] std::string take_word(std::string_view* text);
+
+/// The text in small letters, as far as they are ASCII.
+[[nodiscard]] std::string lower(std::string_view text);
+
 /// The words of a line of the shell: single quotes keep everything, double quotes all but \" and
 /// \\, a backslash keeps the next character, # at the start of a word begins a comment. Nothing
 /// when a quote is left open.

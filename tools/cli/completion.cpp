@@ -48,20 +48,20 @@ std::vector<std::string> Completion::paths(std::string_view word, bool with_valu
   if (!tree_) {
     const Result<std::string> root = root_of(client_);
     if (!root) return {};
-    Result<LiveTree> tree = load_live_tree(client_, root.value);
+    Result<ExportedTree> tree = load_exported_tree(client_, root.value);
     if (!tree) return {};
     tree_ = std::move(tree.value);
   }
   const std::size_t dot = word.rfind('.');
   if (dot == std::string_view::npos) return {tree_->path};
   const std::string around{word.substr(0, dot + 1)};
-  const LiveObject* object = tree_->find(around);
+  const ExportedObject* object = tree_->find(around);
   if (!object) return {};
   std::vector<std::string> found;
-  for (const LiveParameter& parameter : object->parameters)
+  for (const ExportedParameter& parameter : object->parameters)
     if (!with_value || parameter.writable)
       found.push_back(around + parameter.name + (with_value ? "=" : ""));
-  for (const LiveObject& child : object->objects)
+  for (const ExportedObject& child : object->objects)
     found.push_back(around + child.name);
   return found;
 }

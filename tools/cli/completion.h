@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "gwconf/client.hpp"
-#include "tools/base/live_tree.h"
+#include "tools/base/exported_tree.h"
 #include "tools/cli/command_line.h"
 
 namespace gwconf::tool {
@@ -29,7 +29,7 @@ class Completion {
 
   const Client& client_;
   std::vector<VerbNames> verbs_;
-  std::optional<LiveTree> tree_;
+  std::optional<ExportedTree> tree_;
 };
 
 }  // namespace gwconf::tool

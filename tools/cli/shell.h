@@ -1,11 +1,9 @@
 #pragma once
 
-#include "tools/base/session.h"
+#include "tools/base/registry.h"
 
 namespace gwconf::tool {
 
-/// Reads verbs line by line and runs them: with editing, history and completion on a terminal. From
-/// anywhere else it goes on behind a failure, and ends with the worst of all ends.
-[[nodiscard]] Exit shell(const Session& session);
+void add_shell(Registry& registry);
 
 }  // namespace gwconf::tool

@@ -4,6 +4,8 @@
 #include <optional>
 #include <string_view>
 
+#include "tools/live/verbs.h"
+
 namespace gwconf::tool {
 namespace {
 
@@ -12,10 +14,18 @@ constexpr std::array<const char*, 8> kNames = {"writable",       "disabled",    
                                                "user-set",       "user-set-below", "notify-off",
                                                "notify-passive", "notify-active"};
 
-[[nodiscard]] std::string name_of(int bit) {
+struct AttrOptions {
+  std::string path;
+  std::vector<std::string> changes;  ///< NAME=0|1 or BIT=0|1
+};
+
+[[nodiscard]] bool has_name(int bit) {
   const auto index = static_cast<std::size_t>(bit);
-  if (index < kNames.size() && *kNames[index]) return kNames[index];
-  return "bit" + std::to_string(bit);
+  return index < kNames.size() && *kNames[index];
+}
+
+[[nodiscard]] std::string name_of(int bit) {
+  return has_name(bit) ? kNames[static_cast<std::size_t>(bit)] : "bit" + std::to_string(bit);
 }
 
 struct Change {
@@ -34,6 +44,45 @@ struct Change {
   return {};
 }
 
+[[nodiscard]] std::vector<Change> changes_of(const AttrOptions& options) {
+  std::vector<Change> changes;
+  for (const std::string& text : options.changes) {
+    const std::optional<Change> change = change_of(text);
+    if (!change)
+      throw Failure{Exit::kWrongUse,
+                    "attr " + options.path + ": " + text +
+                        " is no NAME=0, NAME=1, BIT=0 or BIT=1 with a bit of 0 to 15"};
+    changes.push_back(*change);
+  }
+  return changes;
+}
+
+/// The named bits, and those without a name that are set.
+void print(const Output& output, unsigned word) {
+  for (int bit = 0; bit < kBits; ++bit) {
+    const bool on = (word >> bit & 1U) != 0;
+    if (on || has_name(bit)) output.line(name_of(bit) + (on ? "=1" : "=0"));
+  }
+}
+
+/// Prints the attribute bits, or changes those that are given. All are read before the first is
+/// sent.
+[[nodiscard]] Exit attr(const Session& session, const AttrOptions& options) {
+  const std::vector<Change> changes = changes_of(options);
+  const std::string& path = options.path;
+  // A path that names nothing is reported before anything changes.
+  unsigned word = answer_of(session, "attr", path, session.client.get_attributes(path));
+  for (const auto& [bit, on] : changes)
+    if (const int code = session.client.set_attribute(path, bit, on); code != GWCONF_OK)
+      return finish(session, "attr", path, code);
+  if (!changes.empty())
+    word = answer_of(session, "attr", path, session.client.get_attributes(path));
+  else if (!session.output.json())
+    print(session.output, word);
+  return finish(session, "attr", path, GWCONF_OK,
+                {{"word", word}, {"attributes", attribute_names(word)}});
+}
+
 }  // namespace
 
 std::vector<std::string> attribute_names(unsigned word) {
@@ -43,38 +92,15 @@ std::vector<std::string> attribute_names(unsigned word) {
   return names;
 }
 
-Exit attributes(const Session& session, const std::string& path,
-                const std::vector<std::string>& changes) {
-  std::vector<Change> wanted;
-  for (const std::string& text : changes) {
-    const std::optional<Change> change = change_of(text);
-    if (!change) {
-      session.output.complaint(
-          "attr " + path, text + " is no NAME=0, NAME=1, BIT=0 or BIT=1 with a bit of 0 to 15");
-      return Exit::kWrongUse;
-    }
-    wanted.push_back(*change);
-  }
-  // A path that names nothing is told before anything changes.
-  Result<unsigned> word = session.client.get_attributes(path);
-  int code = word.code;
-  for (const auto& [bit, on] : wanted)
-    if (code == GWCONF_OK) code = session.client.set_attribute(path, bit, on);
-  if (code == GWCONF_OK && !wanted.empty()) {
-    word = session.client.get_attributes(path);
-    code = word.code;
-  }
-  Json fields = Json::object();
-  if (code == GWCONF_OK) {
-    fields["word"] = word.value;
-    fields["attributes"] = attribute_names(word.value);
-  }
-  if (code == GWCONF_OK && wanted.empty() && !session.output.json())
-    for (int bit = 0; bit < kBits; ++bit)
-      if (const bool on = (word.value >> bit & 1U) != 0;
-          on || name_of(bit) != "bit" + std::to_string(bit))
-        session.output.line(name_of(bit) + (on ? "=1" : "=0"));
-  return finish(session, "attr", path, code, fields);
+void add_attr(Registry& registry) {
+  const auto [parser, options] =
+      registry.add({"attr", "Print or change the attribute bits of a path",
+                    "attr InternetGatewayDevice.Time.NTPServer1 notify-active=1"},
+                   attr);
+  parser.add_option("PATH", options.path, "Parameter, or object with its last dot")->required();
+  parser.add_option("BIT=0|1", options.changes,
+                    "Bits by number or name: writable, disabled, user-set, user-set-below, "
+                    "notify-off, notify-passive, notify-active");
 }
 
 }  // namespace gwconf::tool

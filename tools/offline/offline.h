@@ -2,16 +2,9 @@
 
 #include <functional>
 
-#include "tools/base/session.h"
-
-namespace CLI {
-class App;
-}
+#include "tools/base/registry.h"
 
 namespace gwconf::tool {
-
-/// What a verb of the command line does.
-using Verb = std::function<Exit(const Session&)>;
 
 /// Adds the verbs that work on files to the command line. When one of them is asked for, `choose`
 /// receives what it does.

@@ -8,7 +8,7 @@ namespace {
 
 using testing::ElementsAre;
 
-class ValuesTest : public testing::Test {
+class Set : public testing::Test {
  protected:
   Ran run(std::vector<std::string> arguments) { return gwctl(arguments, daemon.socket_path()); }
 
@@ -28,54 +28,7 @@ class ValuesTest : public testing::Test {
   FakeDaemon daemon{serving(entries)};
 };
 
-TEST_F(ValuesTest, GetPrintsTheBareValueOfOneParameter) {
-  const Ran ran = run({"get", "Device.Info.Name"});
-  EXPECT_EQ(ran.status, 0);
-  EXPECT_EQ(ran.out, "gateway\n");
-  EXPECT_EQ(ran.err, "");
-}
-
-TEST_F(ValuesTest, GetPrintsAssignmentsForSeveral) {
-  const Ran ran = run({"get", "Device.Info.Name", "Device.Info.Count"});
-  EXPECT_EQ(ran.status, 0);
-  EXPECT_EQ(ran.out, "Device.Info.Name=gateway\nDevice.Info.Count=3\n");
-}
-
-TEST_F(ValuesTest, GetGoesOnBehindARefusedPath) {
-  const Ran ran = run({"get", "Device.Nothing", "Device.Info.Name"});
-  EXPECT_EQ(ran.status, 1);
-  EXPECT_EQ(ran.out, "Device.Info.Name=gateway\n");
-  EXPECT_EQ(ran.err, "gwctl: get Device.Nothing: 2 (no such object or parameter)\n");
-}
-
-TEST_F(ValuesTest, GetPrintsJson) {
-  const Ran ran = run({"--json", "get", "Device.Nothing", "Device.Info.Name"});
-  EXPECT_EQ(ran.status, 1);
-  EXPECT_EQ(ran.out, R"([
-  {
-    "path": "Device.Nothing",
-    "code": 2,
-    "meaning": "no such object or parameter"
-  },
-  {
-    "path": "Device.Info.Name",
-    "value": "gateway"
-  }
-]
-)");
-  EXPECT_EQ(ran.err, "gwctl: get Device.Nothing: 2 (no such object or parameter)\n");
-}
-
-TEST_F(ValuesTest, GetStopsWhenNobodyIsThere) {
-  const Ran ran = gwctl({"get", "Device.A", "Device.B"}, "/tmp/gwconf-nobody");
-  EXPECT_EQ(ran.status, 3);
-  EXPECT_EQ(ran.out, "");
-  EXPECT_EQ(ran.err,
-            "gwctl: get Device.A: -1002 (daemon not reachable at /tmp/gwconf-nobody: "
-            "No such file or directory)\n");
-}
-
-TEST_F(ValuesTest, SetTakesAssignments) {
+TEST_F(Set, TakesAssignments) {
   const Ran ran = run({"set", "Device.Info.Name=a=b", "Device.Info.Count=9"});
   EXPECT_EQ(ran.status, 0);
   EXPECT_EQ(ran.out + ran.err, "");
@@ -83,7 +36,7 @@ TEST_F(ValuesTest, SetTakesAssignments) {
   EXPECT_EQ(entries["Device.Info.Count"].value, "9");
 }
 
-TEST_F(ValuesTest, SetTakesAPathAndAValue) {
+TEST_F(Set, TakesAPathAndAValue) {
   EXPECT_EQ(run({"set", "Device.Info.Name", "a=b"}).status, 0);
   EXPECT_EQ(entries["Device.Info.Name"].value, "a=b");
   EXPECT_EQ(run({"set", "Device.Info.Name", ""}).status, 0);
@@ -94,7 +47,7 @@ TEST_F(ValuesTest, SetTakesAPathAndAValue) {
   EXPECT_EQ(entries["Device.Info.Name"].value, "");
 }
 
-TEST_F(ValuesTest, SetTakesValuesThatLookLikeOptions) {
+TEST_F(Set, TakesValuesThatLookLikeOptions) {
   entries["Device.Info.Count"].minimum = -9;
   EXPECT_EQ(run({"set", "Device.Info.Count=-5"}).status, 0);
   EXPECT_EQ(entries["Device.Info.Count"].value, "-5");
@@ -104,7 +57,7 @@ TEST_F(ValuesTest, SetTakesValuesThatLookLikeOptions) {
   EXPECT_EQ(entries["Device.Info.Name"].value, "--json");
 }
 
-TEST_F(ValuesTest, AnUnchangedValueIsNoError) {
+TEST_F(Set, AnUnchangedValueIsNoError) {
   const Ran text = run({"set", "Device.Info.Name", "gateway"});
   EXPECT_EQ(text.status, 0);
   EXPECT_EQ(text.out + text.err, "");
@@ -125,7 +78,7 @@ TEST_F(ValuesTest, AnUnchangedValueIsNoError) {
 )");
 }
 
-TEST_F(ValuesTest, SetNamesPathCodeAndMeaning) {
+TEST_F(Set, NamesPathCodeAndMeaning) {
   const Ran checked = run({"set", "Device.X", "1"});
   EXPECT_EQ(checked.status, 1);
   EXPECT_EQ(checked.err, "gwctl: set Device.X: 2 (no such object or parameter)\n");
@@ -134,7 +87,7 @@ TEST_F(ValuesTest, SetNamesPathCodeAndMeaning) {
   EXPECT_EQ(forced.err, "gwctl: set Device.X: 2 (no such object or parameter)\n");
 }
 
-TEST_F(ValuesTest, SetChecksBeforeItWritesAnything) {
+TEST_F(Set, ChecksBeforeItWritesAnything) {
   const Ran ran =
       run({"set", "Device.Info.Name=short", "Device.Info.Count=10", "Device.Info.Mode=auto",
            "Device.Info.UpTime=1", "Device.Info.Hidden=y", "Device.Old.Deep.Name=new"});
@@ -150,14 +103,14 @@ TEST_F(ValuesTest, SetChecksBeforeItWritesAnything) {
     EXPECT_NE(request.at(0), "0");
 }
 
-TEST_F(ValuesTest, ForceSendsTheWriteAlone) {
+TEST_F(Set, ForceSendsTheWriteAlone) {
   const Ran ran = run({"set", "--force", "Device.Info.UpTime=none"});
   EXPECT_EQ(ran.status, 0);
   EXPECT_EQ(entries["Device.Info.UpTime"].value, "none");
   EXPECT_THAT(daemon.request(), ElementsAre("0", "Device.Info.UpTime", "none"));
 }
 
-TEST_F(ValuesTest, SetIsUsedWrongly) {
+TEST_F(Set, IsUsedWrongly) {
   for (const std::vector<std::string>& arguments :
        std::vector<std::vector<std::string>>{{"set", "Device.Info.Name"},
                                              {"set", "Device.Info.Name=1", "2"},
@@ -170,7 +123,7 @@ TEST_F(ValuesTest, SetIsUsedWrongly) {
   EXPECT_EQ(daemon.requests().size(), 0U);
 }
 
-TEST_F(ValuesTest, SetRefusesTextsThatNoRequestCanCarry) {
+TEST_F(Set, RefusesTextsThatNoRequestCanCarry) {
   entries["Device.Info.Name"].maximum = 0;
   const Ran ran = run({"set", "Device.Info.Name", std::string(32769, 'x')});
   EXPECT_EQ(ran.status, 2);
@@ -178,7 +131,7 @@ TEST_F(ValuesTest, SetRefusesTextsThatNoRequestCanCarry) {
             "gwctl: set Device.Info.Name: -1000 (argument missing, too long or out of range)\n");
 }
 
-TEST_F(ValuesTest, SetStopsWhenNobodyIsThere) {
+TEST_F(Set, StopsWhenNobodyIsThere) {
   for (const char* option : {"--json", "--force"}) {
     const Ran ran = gwctl({"set", option, "Device.A=1", "Device.B=2"}, "/tmp/gwconf-nobody");
     EXPECT_EQ(ran.status, 3);

@@ -1,6 +1,5 @@
-#include "tools/base/live_tree.h"
+#include "tools/base/exported_tree.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "tests/client/fake_daemon.h"
@@ -10,8 +9,6 @@ namespace {
 
 using test::FakeDaemon;
 using test::Peer;
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 const std::string kExport =
     "<VANTREL_CML>\n"
@@ -48,19 +45,12 @@ FakeDaemon::Script exporting(const std::string& xml) {
   };
 }
 
-std::vector<std::string> paths_of(const Result<std::vector<Match>>& result) {
-  std::vector<std::string> paths;
-  for (const Match& match : result.value)
-    paths.push_back(match.path);
-  return paths;
-}
-
-TEST(LiveTree, ReadsAnExport) {
-  const std::optional<LiveObject> root = parse_object(kExport);
+TEST(ExportedTree, ReadsAnExport) {
+  const std::optional<ExportedObject> root = parse_object(kExport);
   ASSERT_TRUE(root);
   EXPECT_EQ(root->name, "Device.");
   EXPECT_FALSE(root->writable);
-  const LiveParameter* name = root->parameter("Name");
+  const ExportedParameter* name = root->parameter("Name");
   ASSERT_TRUE(name);
   EXPECT_EQ(name->value, "<&>\"'\u00e4\xff\n");
   EXPECT_EQ(name->type, "string(64)");
@@ -69,9 +59,9 @@ TEST(LiveTree, ReadsAnExport) {
   EXPECT_EQ(name->notification, GWCONF_NOTIFICATION_ACTIVE);
   EXPECT_TRUE(name->writable);
 
-  const LiveTree tree{"Device.", *root};
+  const ExportedTree tree{"Device.", *root};
   EXPECT_EQ(tree.find("Device."), &tree.root);
-  const LiveObject* instance = tree.find("Device.Table.3.");
+  const ExportedObject* instance = tree.find("Device.Table.3.");
   ASSERT_TRUE(instance);
   EXPECT_TRUE(instance->is_instance());
   EXPECT_FALSE(tree.find("Device.Table.")->is_instance());
@@ -82,7 +72,7 @@ TEST(LiveTree, ReadsAnExport) {
   EXPECT_EQ(tree.find("Other."), nullptr);
 }
 
-TEST(LiveTree, RefusesWhatIsNoExport) {
+TEST(ExportedTree, RefusesWhatIsNoExport) {
   for (const char* text :
        {"", "nonsense", "<VANTREL_CML></VANTREL_CML>", "<a><b/></a>",
         "<VANTREL_CML><Element name=\"A\"/></VANTREL_CML>", "<VANTREL_CML><Element name=\"A.\">"})
@@ -90,41 +80,16 @@ TEST(LiveTree, RefusesWhatIsNoExport) {
   EXPECT_FALSE(parse_parameter("<VANTREL_CML></VANTREL_CML>"));
 }
 
-TEST(LiveTree, RefusesWhatGoesDeeperThanAnyModel) {
+TEST(ExportedTree, RefusesWhatGoesDeeperThanAnyModel) {
   EXPECT_TRUE(parse_object(nested(999)));
   EXPECT_FALSE(parse_object(nested(1001)));
   EXPECT_FALSE(parse_object(nested(200000)));
 }
 
-TEST(LiveTree, NonsenseOfTheDaemonIsAnErrorOfTheTransport) {
+TEST(ExportedTree, NonsenseOfTheDaemonIsAnErrorOfTheTransport) {
   const FakeDaemon daemon{exporting("<VANTREL_CML>")};
   const Client client{daemon.socket_path().c_str()};
-  EXPECT_EQ(load_live_tree(client, "Device.").code, GWCONF_E_PROTOCOL);
-}
-
-TEST(LiveTree, PatternsStandForParameters) {
-  const FakeDaemon daemon{exporting(kExport)};
-  const Client client{daemon.socket_path().c_str()};
-  EXPECT_THAT(paths_of(expand(client, "Device.")), ElementsAre("Device.Name", "Device.Table.3.Up"));
-  EXPECT_EQ(expand(client, "*.Name").code, GWCONF_NOT_FOUND);
-  EXPECT_EQ(expand(client, "Device.*.Name").code, GWCONF_NOT_FOUND);
-  EXPECT_EQ(expand(client, "Other.").code, GWCONF_NOT_FOUND);
-}
-
-TEST(LiveTree, PathsComeApart) {
-  EXPECT_EQ(split("A.B.3.").parent, "A.B.");
-  EXPECT_EQ(split("A.B.3.").segment, "3.");
-  EXPECT_EQ(split("A.B").segment, "B");
-  EXPECT_EQ(split("A.").parent, "");
-  EXPECT_EQ(split(".").segment, ".");
-  EXPECT_EQ(split("").segment, "");
-  EXPECT_EQ(instance_number("3."), 3U);
-  for (const char* segment : {"", ".", "0.", "03.", "3", "3a.", "-3.", "99999999999."})
-    EXPECT_EQ(instance_number(segment), 0U) << segment;
-  EXPECT_TRUE(is_pattern("A.*.B"));
-  EXPECT_TRUE(is_pattern("A.*"));
-  EXPECT_TRUE(is_pattern("A."));
-  EXPECT_FALSE(is_pattern("A.B*"));
+  EXPECT_EQ(load_exported_tree(client, "Device.").code, GWCONF_E_PROTOCOL);
 }
 
 }  // namespace
