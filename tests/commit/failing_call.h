@@ -5,6 +5,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace gwconf::test {
 
@@ -38,11 +39,12 @@ class Medium {
 struct Fault {
   enum class Kind {
     kError,  ///< it fails with `error`, and does nothing
-    kShort,  ///< it reads or writes half of what it was asked for; of other calls none is meant
+    kShort,  ///< it reads or writes half of what it was asked for; no other call is meant
   };
   std::size_t nth = 0;  ///< of all calls that are meant, from 1; 0: none goes wrong
   Kind kind = Kind::kError;
   int error = 0;
+  std::vector<long> calls = {};  ///< the numbers of those that are meant; none: all are
 };
 
 /// What became of a process with a fault.
