@@ -1,5 +1,3 @@
-
-#include "protocol/status.h"
 #pragma once
 
 // The segments of a path: names with a dot at their end, some of which are numbers of instances.
@@ -7,6 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
+
+#include "protocol/status.h"
 
 namespace gwconf {
 

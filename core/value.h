@@ -1,5 +1,3 @@
-
-#include "protocol/status.h"
 #pragma once
 
 // Reads and writes by path.
@@ -7,6 +5,8 @@
 #include <cstdint>
 #include <span>
 #include <string_view>
+
+#include "protocol/status.h"
 
 namespace gwconf {
 

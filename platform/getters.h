@@ -1,11 +1,11 @@
-
-#include "protocol/status.h"
 #pragma once
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
+
+#include "protocol/status.h"
 
 namespace gwconf {
 

@@ -1,6 +1,6 @@
+#pragma once
 
 #include "protocol/status.h"
-#pragma once
 
 namespace gwconf {
 

@@ -1,10 +1,10 @@
+#pragma once
+
+#include <array>
 
 #include "protocol/commands.h"
 #include "protocol/limits.h"
 #include "protocol/status.h"
-#pragma once
-
-#include <array>
 
 namespace gwconf {
 

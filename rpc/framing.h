@@ -1,9 +1,9 @@
-
-#include "protocol/limits.h"
-#include "protocol/status.h"
 #pragma once
 
 #include <cstdint>
+
+#include "protocol/limits.h"
+#include "protocol/status.h"
 
 namespace gwconf {
 

@@ -1,8 +1,8 @@
-
-#include "protocol/status.h"
 #pragma once
 
 #include <cstdint>
+
+#include "protocol/status.h"
 
 namespace gwconf {
 

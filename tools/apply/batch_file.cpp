@@ -57,8 +57,8 @@ constexpr std::size_t kLargestFile = 16U << 20;
 }
 
 [[nodiscard]] BatchLine add_line(std::string_view text) {
-  const std::string table = take_word(&text);
-  const std::string number = take_word(&text);
+  const std::string table{take_word(&text)};
+  const std::string number{take_word(&text)};
   const bool is_number = number.size() <= 5 && instance_number(number + ".") > 0;
   if (table.empty() || !text.empty() || (!number.empty() && !is_number))
     throw Failure{Exit::kWrongUse, "not of the form add TABLE [NUMBER]"};
@@ -70,7 +70,7 @@ constexpr std::size_t kLargestFile = 16U << 20;
 }
 
 [[nodiscard]] Step delete_step(std::string_view text) {
-  const std::string path = take_word(&text);
+  const std::string path{take_word(&text)};
   if (path.empty() || !text.empty()) throw Failure{Exit::kWrongUse, "not of the form del INSTANCE"};
   return {.kind = Step::Kind::kDelete, .path = as_object(path)};
 }
@@ -81,7 +81,7 @@ constexpr std::size_t kLargestFile = 16U << 20;
   if (text.ends_with('\r')) text.remove_suffix(1);
   text.remove_prefix(text.find_first_not_of(" \t"));
   std::string_view rest = text;
-  const std::string verb = take_word(&rest);
+  const std::string verb{take_word(&rest)};
   if (verb == "add") return add_line(rest);
   BatchLine line;
   if (verb == "set")

@@ -11,11 +11,11 @@ std::string_view trimmed(std::string_view text) {
   return text.substr(first, text.find_last_not_of(" \t\r") - first + 1);
 }
 
-std::string take_word(std::string_view* text) {
+std::string_view take_word(std::string_view* text) {
   const std::string_view whole = trimmed(*text);
   const std::size_t end = std::min(whole.find_first_of(" \t"), whole.size());
   *text = trimmed(whole.substr(end));
-  return std::string{whole.substr(0, end)};
+  return whole.substr(0, end);
 }
 
 std::string lower(std::string_view text) {

@@ -11,7 +11,7 @@ namespace gwconf::tool {
 [[nodiscard]] std::string_view trimmed(std::string_view text);
 
 /// The first word of a text, which loses it and the blanks around it.
-[[nodiscard]] std::string take_word(std::string_view* text);
+[[nodiscard]] std::string_view take_word(std::string_view* text);
 
 /// The text in small letters, as far as they are ASCII.
 [[nodiscard]] std::string lower(std::string_view text);

@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "tools/offline/block_image.h"
 #include "tools/base/output.h"
+#include "tools/offline/block_image.h"
 
 namespace gwconf::tool {
 

@@ -2,9 +2,9 @@
 
 #include <string>
 
+#include "tools/base/output.h"
 #include "tools/offline/checked_file.h"
 #include "tools/offline/text.h"
-#include "tools/base/output.h"
 
 namespace gwconf::tool {
 

@@ -6,6 +6,7 @@
 
 #include "gwconf/client.h"
 #include "tools/base/files.h"
+#include "tools/base/words.h"
 #include "tools/offline/daemon_terms.h"
 #include "tools/offline/text.h"
 

@@ -3,8 +3,8 @@
 #include <string>
 #include <string_view>
 
-#include "tools/offline/loaded_tree.h"
 #include "tools/base/session.h"
+#include "tools/offline/loaded_tree.h"
 
 namespace gwconf::tool {
 

@@ -66,21 +66,6 @@ bool same_word(std::string_view one, std::string_view other) {
   return one.size() == other.size() && strncasecmp(one.data(), other.data(), one.size()) == 0;
 }
 
-std::string_view trimmed(std::string_view text) {
-  while (!text.empty() && is_blank(text.front()))
-    text.remove_prefix(1);
-  while (!text.empty() && is_blank(text.back()))
-    text.remove_suffix(1);
-  return text;
-}
-
-std::string_view take_word(std::string_view* text) {
-  const auto end = std::find_if(text->begin(), text->end(), is_blank);
-  const std::string_view word = text->substr(0, static_cast<std::size_t>(end - text->begin()));
-  *text = trimmed(text->substr(word.size()));
-  return word;
-}
-
 std::optional<int> whole_number(std::string_view text) {
   int number = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);

@@ -30,12 +30,6 @@ namespace gwconf::tool {
 /// Whether two texts are the same without regard to case.
 [[nodiscard]] bool same_word(std::string_view one, std::string_view other);
 
-/// The text without blanks at its ends.
-[[nodiscard]] std::string_view trimmed(std::string_view text);
-
-/// Takes the first word and the blanks behind it off a text that does not begin with a blank.
-[[nodiscard]] std::string_view take_word(std::string_view* text);
-
 /// The number when the text is one and nothing else.
 [[nodiscard]] std::optional<int> whole_number(std::string_view text);
 

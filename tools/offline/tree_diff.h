@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "tools/offline/loaded_tree.h"
 #include "tools/base/session.h"
+#include "tools/offline/loaded_tree.h"
 
 namespace gwconf::tool {
 
