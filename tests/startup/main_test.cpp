@@ -6,7 +6,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <sstream>
 #include <string>
+#include <string_view>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -224,6 +226,35 @@ TEST_F(Daemon, ServesWhereItsStackCannotGrow) {
   EXPECT_EQ(client.restore(file), -100);
   daemon.send(SIGTERM);
   EXPECT_EQ(daemon.wait(), 1);
+}
+
+/// What a process' map says about its stack, in KiB.
+struct StackUse {
+  int size = 0;
+  int resident = 0;
+};
+
+StackUse stack_of(pid_t process) {
+  std::istringstream map{test::read_file("/proc/" + std::to_string(process) + "/smaps")};
+  StackUse use;
+  bool in_stack = false;
+  for (std::string line; std::getline(map, line);) {
+    if (line.find('-') != std::string::npos) in_stack = line.ends_with("[stack]");
+    if (!in_stack) continue;
+    std::sscanf(line.c_str(), "Size: %d", &use.size);
+    std::sscanf(line.c_str(), "Rss: %d", &use.resident);
+  }
+  return use;
+}
+
+TEST_F(Daemon, TakesRoomForItsStackButNoMemory) {
+  if (std::string_view{GWCONF_EMULATOR} != "") GTEST_SKIP() << "the map is the emulator's";
+  DaemonProcess daemon;
+  ASSERT_TRUE(daemon.serves());
+  const StackUse use = stack_of(daemon.id());
+  EXPECT_GE(use.size, 160);
+  EXPECT_GT(use.resident, 0);
+  EXPECT_LT(use.resident, 100);
 }
 
 TEST_F(Daemon, OfTheSandboxMakesAFolderWhereNoneIsGiven) {
