@@ -41,12 +41,27 @@ gwctl check /etc/default.xml
 gwctl model /usr/share/gwconf/home-gateway.profile | cmp - /usr/share/gwconf/home-gateway.xml
 
 say 'after a crash'
-before=$(cat /var/run/gwconfd.pid)
-kill -KILL "$before"
-while kill -0 "$before" 2>/dev/null; do sleep 0.1; done
-expect status 1 "$(status_of /etc/init.d/gwconfd status)"
-/etc/init.d/gwconfd start
+# comes_back: kills the daemon and waits until another serves in its place.
+comes_back() {
+  before=$(cat /var/run/gwconfd.pid)
+  kill -KILL "$before"
+  tries=100
+  while [ "$(cat /var/run/gwconfd.pid)" = "$before" ] || ! gwctl get "$server" >/dev/null 2>&1; do
+    tries=$((tries - 1))
+    [ "$tries" -gt 0 ] || fail 'no daemon after ten seconds'
+    sleep 0.1
+  done
+}
+comes_back
 expect "$server" ntp.example.net "$(gwctl get "$server")"
+expect status 0 "$(status_of /etc/init.d/gwconfd status)"
+expect 'one daemon' 1 "$(pidof gwconfd | wc -w)"
+
+say 'what it is left'
+limits=/proc/$(cat /var/run/gwconfd.pid)/limits
+expect core '0 0' "$(sed -n 's/^Max core file size *\([^ ]*\) *\([^ ]*\).*/\1 \2/p' "$limits")"
+expect memory 268435456 "$(sed -n 's/^Max address space *\([^ ]*\).*/\1/p' "$limits")"
+expect group "$(getent group gwconf | cut -d: -f3)" "$(stat -c %g "/proc/$(cat /var/run/gwconfd.pid)")"
 
 say 'a device with BusyBox'
 /etc/init.d/gwconfd stop
@@ -59,6 +74,7 @@ script start
 expect status 0 "$(status_of script status)"
 expect 'start again' 0 "$(status_of script start)"
 expect socket '660 root gwconf' "$(stat -c '%a %U %G' /tmp/Vantrel_cm_socket)"
+comes_back
 script restart
 expect "$server" ntp.example.net "$(gwctl get "$server")"
 script stop

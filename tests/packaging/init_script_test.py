@@ -1,80 +1,47 @@
 """The init script: its syntax, and a daemon's life with it, under the system's shell and under BusyBox's."""
 
-import contextlib
-import functools
 import os
-import re
 import shutil
 import signal
 import socket
 import subprocess
-import tempfile
-import time
 import unittest
-from pathlib import Path
 
-from support import BUILD, SOURCE, answers, run, sandbox, socket_of
-
-SCRIPT = BUILD / "packaging/gwconfd.init"
-SHELLS = [["sh"]] + ([["busybox", "sh"]] if shutil.which("busybox") else [])
-
-
-class Service:
-    """The script over a sandbox daemon."""
-
-    def __init__(self, shell, root, daemon=BUILD / "gwconfd-sandbox"):
-        self.shell = shell
-        self.root = root
-        self.pid_file = root / "daemon.pid"
-        self.socket = socket_of(root)
-        text = SCRIPT.read_text()
-        for name, value in [("daemon", daemon), ("pid_file", self.pid_file), ("socket", self.socket), ("group", "-")]:
-            text, count = re.subn(f"(?m)^{name}=[^ \n]*", f"{name}={value}", text)
-            assert count == 1, name
-        self.script = root / "script"
-        self.script.write_text(text)
-
-    def __call__(self, *arguments):
-        # A daemon that kept the script's output open would keep a caller waiting for its end.
-        return run(*self.shell, self.script, *arguments, env=os.environ | {"GWCONF_SANDBOX": str(self.root)})
-
-    def pid(self):
-        return int(self.pid_file.read_text())
-
-    def kill(self):
-        """Ends what the test has left, and nobody who has its number by now."""
-        with contextlib.suppress(FileNotFoundError, ProcessLookupError, ValueError):
-            if Path(f"/proc/{self.pid()}/comm").read_text() == "gwconfd-sandbox\n":
-                os.kill(self.pid(), signal.SIGKILL)
-
-
-@contextlib.contextmanager
-def service(shell, **options):
-    with sandbox() as root:
-        made = Service(shell, root, **options)
-        try:
-            yield made
-        finally:
-            made.kill()
-
-
-def in_each_shell(test):
-    @functools.wraps(test)
-    def run_all(self):
-        for shell in SHELLS:
-            with self.subTest(shell=" ".join(shell)):
-                test(self, shell)
-
-    return run_all
+from init_service import SCRIPT, SHELLS, comes_true, in_each_shell, service
+from support import SOURCE, answers, run
 
 
 class InitScript(unittest.TestCase):
     def ends(self, ran, status, out="", err=""):
         self.assertEqual((ran.returncode, ran.stdout, ran.stderr), (status, out, err))
 
-    @in_each_shell
-    def test_syntax(self, shell):
-        self.ends(run(*shell, "-n", SCRIPT), 0)
+    def starts(self, script):
+        self.ends(script("start"), 0, "gwconfd is running\n")
+
+    def stops(self, script):
+        self.ends(script("stop"), 0, "gwconfd is stopped\n")
+        self.assertEqual(script.processes(), [])
+        self.assertFalse(script.pid_file.exists())
+        self.assertFalse(script.supervisor_file.exists())
+
+    def comes_true(self, condition):
+        self.assertTrue(comes_true(condition))
+
+    def dies(self, script):
+        """Kills the daemon and returns its number."""
+        died = script.pid()
+        os.kill(died, signal.SIGKILL)
+        self.comes_true(lambda: died not in script.processes())
+        return died
+
+    def comes_back(self, script, died):
+        self.comes_true(lambda: script.pid_file.read_text() not in ("", f"{died}\n"))
+        self.comes_true(lambda: answers(script.socket))
+        self.ends(script("status"), 0, f"gwconfd is running, process {script.pid()}\n")
+
+    def test_syntax(self):
+        for shell in [["sh"], ["busybox", "sh"]][: len(SHELLS)]:
+            self.ends(run(*shell, "-n", SCRIPT), 0)
 
     def test_maintainer_scripts(self):
         for name in ["postinst", "prerm", "postrm"]:
@@ -83,46 +50,113 @@ class InitScript(unittest.TestCase):
     @in_each_shell
     def test_life(self, shell):
         with service(shell) as script:
-            self.ends(script("status"), 3, "gwconfd-sandbox is not running\n")
-            self.ends(script("start"), 0, "gwconfd-sandbox is running\n")
+            self.ends(script("status"), 3, "gwconfd is not running\n")
+            self.starts(script)
             self.assertTrue(answers(script.socket))
             first = script.pid()
-            self.ends(script("status"), 0, f"gwconfd-sandbox is running, process {first}\n")
-            self.ends(script("start"), 0, "gwconfd-sandbox is running already\n")
+            self.ends(script("status"), 0, f"gwconfd is running, process {first}\n")
+            self.ends(script("start"), 0, "gwconfd is running already\n")
             self.assertEqual(script.pid(), first)
 
-            self.ends(script("restart"), 0, "gwconfd-sandbox is stopped\ngwconfd-sandbox is running\n")
+            self.ends(script("restart"), 0, "gwconfd is stopped\ngwconfd is running\n")
             self.assertNotEqual(script.pid(), first)
             self.assertTrue(answers(script.socket))
 
-            self.ends(script("stop"), 0, "gwconfd-sandbox is stopped\n")
-            self.assertFalse(script.pid_file.exists())
+            self.stops(script)
             self.assertFalse(script.socket.exists())
-            self.ends(script("status"), 3, "gwconfd-sandbox is not running\n")
-            self.ends(script("stop"), 0, "gwconfd-sandbox is stopped\n")
+            self.assertFalse(script.log.exists())
+            self.ends(script("status"), 3, "gwconfd is not running\n")
+            self.ends(script("stop"), 0, "gwconfd is stopped\n")
 
     @in_each_shell
     def test_after_a_crash(self, shell):
         with service(shell) as script:
-            self.ends(script("start"), 0, "gwconfd-sandbox is running\n")
-            os.kill(script.pid(), signal.SIGKILL)
-            deadline = time.monotonic() + 10
-            while script("status").returncode == 0 and time.monotonic() < deadline:
-                time.sleep(0.05)
-            self.ends(script("status"), 1, f"gwconfd-sandbox has ended, but {script.pid_file} is there\n")
+            self.starts(script)
+            for _ in range(3):
+                self.comes_back(script, self.dies(script))
+            self.assertEqual(script.log.read_text(), 3 * "-t gwconfd ended with status 137, starts anew\n")
+            self.stops(script)
+
+    def test_the_pause_of_a_device(self):
+        """The one that the script comes with: seconds, and no fraction."""
+        self.assertIn("\npause=1 ", SCRIPT.read_text())
+
+    @in_each_shell
+    def test_stop_in_the_pause(self, shell):
+        with service(shell, pause="600") as script:
+            self.starts(script)
+            self.dies(script)
+            # The supervisor, and what it waits for.
+            self.comes_true(lambda: len(script.processes()) == 2 and script.log.exists())
+            self.ends(script("status"), 1, f"gwconfd has ended, but {script.pid_file} is there\n")
             self.assertTrue(script.socket.exists())
-            self.ends(script("start"), 0, "gwconfd-sandbox is running\n")
+            self.stops(script)
+            self.assertFalse(script.socket.exists())
+            self.ends(script("status"), 3, "gwconfd is not running\n")
+
+    @in_each_shell
+    def test_start_in_the_pause(self, shell):
+        with service(shell, pause="600") as script:
+            self.starts(script)
+            supervisor = script.supervisor()
+            self.dies(script)
+            self.comes_true(script.log.exists)
+            self.starts(script)
+            self.assertTrue(answers(script.socket))
+            self.assertNotEqual(script.supervisor(), supervisor)
+            self.assertEqual(sorted(script.processes()), sorted([script.supervisor(), script.pid()]))
+
+    @in_each_shell
+    def test_no_restart_after_a_termination_signal(self, shell):
+        with service(shell) as script:
+            for number in [signal.SIGTERM, signal.SIGHUP, signal.SIGINT, signal.SIGQUIT]:
+                self.starts(script)
+                os.kill(script.pid(), number)
+                self.comes_true(lambda: script.processes() == [])
+                self.ends(script("status"), 1, f"gwconfd has ended, but {script.pid_file} is there\n")
+            self.assertFalse(script.log.exists())
+
+    @in_each_shell
+    def test_no_restart_without_usable_defaults(self, shell):
+        with service(shell) as script:
+            self.starts(script)
+            (script.root / "etc/default.xml").write_text("no configuration")
+            self.dies(script)
+            self.comes_true(lambda: script.processes() == [])
+            self.assertEqual(script.log.read_text(), "-t gwconfd ended with status 137, starts anew\n")
+
+    @in_each_shell
+    def test_no_restart_of_a_program_that_is_gone(self, shell):
+        with service(shell) as script:
+            self.starts(script)
+            script.daemon.unlink()
+            self.dies(script)
+            self.comes_true(lambda: script.processes() == [])
+
+    @in_each_shell
+    def test_socket_that_cannot_be_had_for_a_while(self, shell):
+        with service(shell) as script:
+            (script.socket / "full").mkdir(parents=True)
+            script.script.write_text(script.text)
+            start = subprocess.Popen([script.shell, script.script, "start"], stdout=subprocess.PIPE,
+                                     stderr=subprocess.DEVNULL, text=True)  # fmt: skip
+            with start:
+                self.comes_true(script.log.exists)
+                shutil.rmtree(script.socket)
+                self.assertEqual(start.communicate()[0], "gwconfd is running\n")
+            self.assertEqual(script.log.read_text().splitlines()[0], "-t gwconfd ended with status 0, starts anew")
             self.assertTrue(answers(script.socket))
 
     @in_each_shell
-    def test_pid_file_of_somebody_else(self, shell):
+    def test_pid_files_of_somebody_else(self, shell):
         with service(shell) as script:
-            with subprocess.Popen(["sleep", "60"]) as other:
+            # Another shell, with arguments that resemble.
+            with subprocess.Popen(["sh", "-c", "read -r line", "supervise", "gwconfd"], stdin=subprocess.PIPE) as other:
                 script.pid_file.write_text(f"{other.pid}\n")
+                script.supervisor_file.write_text(f"{other.pid}\n")
                 self.assertEqual(script("status").returncode, 1)
-                self.ends(script("stop"), 0, "gwconfd-sandbox is stopped\n")
+                self.stops(script)
                 self.assertIsNone(other.poll())
-                other.kill()
 
     @in_each_shell
     def test_zombie(self, shell):
@@ -131,28 +165,43 @@ class InitScript(unittest.TestCase):
             with subprocess.Popen(["true"], executable=shutil.which("true")) as dead:
                 script.pid_file.write_text(f"{dead.pid}\n")
                 os.waitid(os.P_PID, dead.pid, os.WEXITED | os.WNOWAIT)
-                text = script.script.read_text()
-                script.script.write_text(text.replace("\nname=${daemon##*/}\n", "\nname=true\n"))
+                script.replace("\nname=[^\n]*\n", "\nname=true\n")
                 self.ends(script("status"), 1, f"true has ended, but {script.pid_file} is there\n")
 
     @in_each_shell
-    def test_deaf_daemon(self, shell):
-        """One that does not react to a termination signal is killed after ten seconds, for which nobody waits here."""
+    def test_what_does_not_react_to_a_termination_signal(self, shell):
+        """It is killed after ten seconds, for which nobody waits here."""
+        with service(shell, tries="10") as script:
+            for deaf in [script.pid, script.supervisor]:
+                self.starts(script)
+                os.kill(deaf(), signal.SIGSTOP)
+                self.stops(script)
+                self.assertFalse(script.socket.exists())
+
+    @in_each_shell
+    def test_daemon_without_its_supervisor(self, shell):
         with service(shell) as script:
-            text, count = re.subn("(?m)^  tries=100$", "  tries=10", script.script.read_text())
-            self.assertEqual(count, 1)
-            script.script.write_text(text)
-            self.ends(script("start"), 0, "gwconfd-sandbox is running\n")
-            os.kill(script.pid(), signal.SIGSTOP)
-            self.ends(script("stop"), 0, "gwconfd-sandbox is stopped\n")
+            self.starts(script)
+            os.kill(script.supervisor(), signal.SIGKILL)
+            self.ends(script("status"), 0, f"gwconfd is running, process {script.pid()}\n")
+            self.ends(script("start"), 0, "gwconfd is running already\n")
+            self.stops(script)
+
+    @in_each_shell
+    def test_end_of_the_supervisor_alone(self, shell):
+        with service(shell) as script:
+            self.starts(script)
+            os.kill(script.supervisor(), signal.SIGTERM)
+            self.comes_true(lambda: script.processes() == [])
             self.assertFalse(script.socket.exists())
 
     @in_each_shell
     def test_defaults_that_do_not_load(self, shell):
         with service(shell) as script:
             (script.root / "etc/default.xml").write_text("no configuration")
-            self.ends(script("start"), 1, err="gwconfd-sandbox does not start\n")
+            self.ends(script("start"), 1, err="gwconfd does not start\n")
             self.assertEqual(script("status").returncode, 1)
+            self.assertEqual(script.processes(), [])
 
     @in_each_shell
     def test_stale_socket(self, shell):
@@ -160,13 +209,26 @@ class InitScript(unittest.TestCase):
             script.socket.parent.mkdir()
             with socket.socket(socket.AF_UNIX) as left_over:
                 left_over.bind(str(script.socket))
-            self.ends(script("start"), 0, "gwconfd-sandbox is running\n")
+            self.starts(script)
             self.assertTrue(answers(script.socket))
 
     @in_each_shell
+    def test_relative_path_and_link(self, shell):
+        """Run levels name the script by links, of one name at the start and another at the stop."""
+        with service(shell) as script:
+            script.script.write_text(script.text)
+            for name in ["S01gwconfd", "K01gwconfd"]:
+                (script.root / name).symlink_to("script")
+            self.ends(run(script.shell, "S01gwconfd", "start", cwd=script.root), 0, "gwconfd is running\n")
+            self.assertTrue(answers(script.socket))
+            self.ends(run(script.shell, "./K01gwconfd", "stop", cwd=script.root), 0, "gwconfd is stopped\n")
+            self.assertEqual(script.processes(), [])
+
+    @in_each_shell
     def test_no_daemon(self, shell):
-        with service(shell, daemon=Path("/nonexistent/gwconfd")) as script:
-            self.ends(script("start"), 5, err="/nonexistent/gwconfd is not installed\n")
+        with service(shell) as script:
+            script.daemon.unlink()
+            self.ends(script("start"), 5, err=f"{script.daemon} is not installed\n")
 
     @in_each_shell
     def test_wrong_use(self, shell):
