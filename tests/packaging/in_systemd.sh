@@ -43,6 +43,12 @@ expect 'restore from /tmp' 0 "$(status_of gwctl restore /tmp/saved.xml)"
 wait_until value_is ntp.example.net
 expect 'export' 0 "$(status_of gwctl export InternetGatewayDevice.Time.)"
 
+say 'what the unit bounds'
+limits=/proc/$(systemctl show -P MainPID gwconfd)/limits
+expect core 0 "$(sed -n 's/^Max core file size *\([^ ]*\).*/\1/p' "$limits")"
+expect stack 1048576 "$(sed -n 's/^Max stack size *\([^ ]*\).*/\1/p' "$limits")"
+expect memory 268435456 "$(sed -n 's/^Max address space *\([^ ]*\).*/\1/p' "$limits")"
+
 say 'live values'
 info=InternetGatewayDevice.DeviceInfo
 [ "$(gwctl get $info.UpTime)" -gt 0 ] || fail 'no uptime'

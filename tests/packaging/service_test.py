@@ -2,6 +2,7 @@
 
 import re
 import shutil
+import struct
 import tempfile
 import unittest
 from pathlib import Path
@@ -9,6 +10,7 @@ from pathlib import Path
 from support import BUILD, run
 
 UNIT = BUILD / "packaging/gwconfd.service"
+MEMORY = {4: "131072K", 8: "262144K"}[struct.calcsize("P")]
 
 
 def settings():
@@ -29,6 +31,10 @@ class Service(unittest.TestCase):
             "SystemCallFilter=setfsuid setfsuid32 setfsgid setfsgid32 setgroups setgroups32",
             "ReadWritePaths=/tmp",
             "WantedBy=multi-user.target",
+            f"LimitAS={MEMORY}",
+            f"MemoryMax={MEMORY}",
+            "LimitCORE=0",
+            "LimitSTACK=1M",
         ]:
             self.assertIn(line, lines)
         # Neither the socket nor listeners' files would be where everybody looks for them.
