@@ -236,6 +236,26 @@ TEST(NodeMove, RefusesPathsPastTheirBound) {
   EXPECT_EQ(children_of(last), "1.");
 }
 
+TEST(NodeMove, BelowTheTemplateDoublesTheTreeUpToItsBoundOnly) {
+  const LiveTree tree{"R.\n  T.\n    0.\n      X.\n        P = 1\n"};
+  // Each row's X goes below the innermost X of the template, so that the next row has twice as
+  // many.
+  Status status = CM_OK;
+  int row = 0;
+  while (status == CM_OK) {
+    status = CM_CORE_AddInstance("R.T.", ++row);
+    if (status != CM_OK) break;
+    Node* innermost = object_at("R.T.0.");
+    while (innermost->children)
+      innermost = innermost->children;
+    ASSERT_TRUE(innermost->name.assign(std::string{static_cast<char>('a' + row), '.'}));
+    status = CM_CORE_NodeMove(innermost, object_at("R.T." + std::to_string(row) + ".")->children);
+  }
+  EXPECT_EQ(status, CM_INVALID);  // the length of a path comes first
+  EXPECT_EQ(row, 14);
+  EXPECT_TRUE(tree_has_room());
+}
+
 TEST(NodeMove, LeavesOnlyAFewObjectsInOldLists) {
   std::string outline = "R.\n  A.\n    X.\n";
   for (std::size_t i = 0; i <= kStraysMax; ++i)
